@@ -1,0 +1,63 @@
+# The one entry point for building, testing and benchmarking.
+#   make run                 install what is missing, build, run the demo
+#   make test                install what is missing, build, run every test
+#   make test SANITIZE=address|thread
+#   make bench               build the benchmarks (Release) and print the ratio table
+#   make format | clean | install PREFIX=/usr/local
+
+BUILD_TYPE ?= RelWithDebInfo
+SANITIZE   ?=
+PREFIX     ?= /usr/local
+JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
+CTEST_ARGS ?=
+
+ifeq ($(SANITIZE),address)
+  BUILD_DIR ?= build-asan
+else ifeq ($(SANITIZE),thread)
+  BUILD_DIR ?= build-tsan
+else ifeq ($(SANITIZE),)
+  BUILD_DIR ?= build
+else
+  $(error SANITIZE must be address, thread or empty)
+endif
+
+GENERATOR := $(shell command -v ninja >/dev/null 2>&1 && echo Ninja || echo "Unix Makefiles")
+CMAKE_FLAGS = -G "$(GENERATOR)" -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DLUMO_SANITIZE=$(SANITIZE) \
+              -DCMAKE_INSTALL_PREFIX=$(PREFIX)
+
+.PHONY: all bootstrap configure build run test stress bench format install clean
+
+all: build
+
+bootstrap:
+	@scripts/bootstrap.sh
+
+configure: bootstrap
+	@cmake -S . -B $(BUILD_DIR) $(CMAKE_FLAGS) >/dev/null
+
+build: configure
+	@cmake --build $(BUILD_DIR) -j $(JOBS)
+
+run: build
+	@scripts/run-demo.sh $(BUILD_DIR)
+
+test: build
+	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS) -LE stress $(CTEST_ARGS)
+
+stress: build
+	@cd $(BUILD_DIR) && ctest --output-on-failure -L stress $(CTEST_ARGS)
+
+bench: bootstrap
+	@cmake -S . -B build-bench -G "$(GENERATOR)" -DCMAKE_BUILD_TYPE=Release \
+	      -DLUMO_BUILD_BENCH=ON -DLUMO_BUILD_TESTS=OFF >/dev/null
+	@cmake --build build-bench -j $(JOBS)
+	@scripts/run-bench.sh build-bench
+
+format:
+	@git ls-files -z -- '*.h' '*.hpp' '*.cpp' '*.c' | xargs -0 clang-format -i
+
+install: build
+	@cmake --install $(BUILD_DIR)
+
+clean:
+	@rm -rf build build-asan build-tsan build-bench
