@@ -1,0 +1,9 @@
+#pragma once
+
+// Umbrella header of the GenApi-compatible node-map layer.
+#include "GCException.h"
+#include "GCString.h"
+#include "NodeMapRef.h"
+#include "Pointer.h"
+#include "PortImpl.h"
+#include "Types.h"

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "IValue.h"
+
+namespace GenApi {
+
+struct GENAPI_DECL ICommand : virtual public IValue {
+    virtual void Execute(bool Verify = true) = 0;
+    virtual bool IsDone(bool Verify = true) = 0;
+
+    void operator()() { Execute(); }
+
+protected:
+    ~ICommand() override = default;
+};
+
+}  // namespace GenApi

@@ -1,0 +1,21 @@
+#pragma once
+
+// Everything an application needs: entry functions, camera, image and record
+// interfaces, pixel conversion and the trace functions.
+#include "LumoExport.h"
+#include "LumoTypes.h"
+#include "ICameraInfo.h"
+#include "IChunk.h"
+#include "IImage.h"
+#include "IXml.h"
+#include "INotify.h"
+#include "IEvent.h"
+#include "ICamera.h"
+#include "LumoEntry.h"
+#include "SimpleLog.h"
+#if __has_include("CImgTool.h")
+#include "CImgTool.h"
+#endif
+#if __has_include("ImageTool.h")
+#include "ImageTool.h"
+#endif

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <cmath>
+#include <cstdlib>
+#include <sstream>
+
+#include "Node.h"
+
+namespace GenApi {
+
+template <class Base>
+class CFloatT : public Base, public virtual IFloat {
+public:
+    using Base::Base;
+
+    double GetValue(bool Verify = false, bool IgnoreCache = false) override {
+        auto lock = this->Lock();
+        this->RequireReadable(Verify);
+        const double value = this->Call(
+            IgnoreCache, [this](GError** e) { return arv_gc_float_get_value(Engine(), e); });
+        if (Verify) {
+            CheckRange(value);
+        }
+        return value;
+    }
+
+    void SetValue(double Value, bool Verify = true) override {
+        auto lock = this->Lock();
+        this->RequireWritable(Verify);
+        if (Verify) {
+            CheckRange(Value);
+        }
+        this->Call(false,
+                   [this, Value](GError** e) { arv_gc_float_set_value(Engine(), Value, e); });
+    }
+
+    double GetMin() override {
+        return this->Call(false, [this](GError** e) { return arv_gc_float_get_min(Engine(), e); });
+    }
+    double GetMax() override {
+        return this->Call(false, [this](GError** e) { return arv_gc_float_get_max(Engine(), e); });
+    }
+    bool HasInc() override { return GetInc() > 0.0; }
+    double GetInc() override {
+        try {
+            return this->Call(false,
+                              [this](GError** e) { return arv_gc_float_get_inc(Engine(), e); });
+        } catch (const GenICam::PropertyException&) {
+            return 0.0;  // continuous value
+        }
+    }
+
+    ERepresentation GetRepresentation() override {
+        auto lock = this->Lock();
+        switch (arv_gc_float_get_representation(Engine())) {
+            case ARV_GC_REPRESENTATION_LOGARITHMIC:
+                return Logarithmic;
+            case ARV_GC_REPRESENTATION_PURE_NUMBER:
+                return PureNumber;
+            default:
+                return Linear;
+        }
+    }
+
+    gcstring GetUnit() const override {
+        auto lock = this->Lock();
+        const char* unit = arv_gc_float_get_unit(Engine());
+        return unit ? unit : "";
+    }
+
+    INode* GetNode() override { return this; }
+
+    gcstring ToString(bool Verify = false, bool IgnoreCache = false) override {
+        std::ostringstream os;
+        os << GetValue(Verify, IgnoreCache);
+        return os.str();
+    }
+
+    void FromString(const gcstring& ValueStr, bool Verify = true) override {
+        char* end = nullptr;
+        const double value = std::strtod(ValueStr.c_str(), &end);
+        if (ValueStr.empty() || end == nullptr || *end != '\0') {
+            this->ThrowInvalidValue(ValueStr.str());
+        }
+        SetValue(value, Verify);
+    }
+
+private:
+    ArvGcFloat* Engine() const { return ARV_GC_FLOAT(this->EngineNode()); }
+
+    void CheckRange(double value) {
+        const double min = GetMin();
+        const double max = GetMax();
+        if (std::isnan(value) || value < min || value > max) {
+            throw OUT_OF_RANGE_EXCEPTION("Feature '%s': value %g must be within [%g, %g]",
+                                         this->Name().c_str(), value, min, max);
+        }
+    }
+};
+
+}  // namespace GenApi

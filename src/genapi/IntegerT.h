@@ -1,0 +1,125 @@
+#pragma once
+
+#include <cstdlib>
+
+#include "Node.h"
+
+namespace GenApi {
+
+template <class Base>
+class CIntegerT : public Base, public virtual IInteger {
+public:
+    using Base::Base;
+
+    int64_t GetValue(bool Verify = false, bool IgnoreCache = false) override {
+        // A plain read is one engine call, locked there; Verify spans several.
+        std::unique_lock<std::recursive_mutex> lock;
+        if (Verify) {
+            lock = this->Lock();
+        }
+        this->RequireReadable(Verify);
+        const int64_t value = this->Call(
+            IgnoreCache, [this](GError** e) { return arv_gc_integer_get_value(Engine(), e); });
+        if (Verify) {
+            CheckRange(value);
+        }
+        return value;
+    }
+
+    void SetValue(int64_t Value, bool Verify = true) override {
+        auto lock = this->Lock();
+        this->RequireWritable(Verify);
+        if (Verify) {
+            CheckRange(Value);
+        }
+        this->Call(false,
+                   [this, Value](GError** e) { arv_gc_integer_set_value(Engine(), Value, e); });
+    }
+
+    int64_t GetMin() override {
+        return this->Call(false,
+                          [this](GError** e) { return arv_gc_integer_get_min(Engine(), e); });
+    }
+    int64_t GetMax() override {
+        return this->Call(false,
+                          [this](GError** e) { return arv_gc_integer_get_max(Engine(), e); });
+    }
+    int64_t GetInc() override {
+        try {
+            const int64_t inc = this->Call(
+                false, [this](GError** e) { return arv_gc_integer_get_inc(Engine(), e); });
+            return inc > 0 ? inc : 1;
+        } catch (const GenICam::PropertyException&) {
+            return 1;  // no <Inc> in the description: every value is a step
+        }
+    }
+
+    ERepresentation GetRepresentation() override {
+        auto lock = this->Lock();
+        switch (arv_gc_integer_get_representation(Engine())) {
+            case ARV_GC_REPRESENTATION_LINEAR:
+                return Linear;
+            case ARV_GC_REPRESENTATION_LOGARITHMIC:
+                return Logarithmic;
+            case ARV_GC_REPRESENTATION_BOOLEAN:
+                return Boolean;
+            case ARV_GC_REPRESENTATION_HEX_NUMBER:
+                return HexNumber;
+            case ARV_GC_REPRESENTATION_IPV4_ADDRESS:
+                return IPV4Address;
+            case ARV_GC_REPRESENTATION_MAC_ADDRESS:
+                return MACAddress;
+            default:
+                return PureNumber;
+        }
+    }
+
+    gcstring GetUnit() const override {
+        auto lock = this->Lock();
+        const char* unit = arv_gc_integer_get_unit(Engine());
+        return unit ? unit : "";
+    }
+
+    INode* GetNode() override { return this; }
+
+    gcstring ToString(bool Verify = false, bool IgnoreCache = false) override {
+        return std::to_string(GetValue(Verify, IgnoreCache));
+    }
+
+    void FromString(const gcstring& ValueStr, bool Verify = true) override {
+        char* end = nullptr;
+        const long long value = std::strtoll(ValueStr.c_str(), &end, 0);
+        if (ValueStr.empty() || end == nullptr || *end != '\0') {
+            this->ThrowInvalidValue(ValueStr.str());
+        }
+        SetValue(value, Verify);
+    }
+
+private:
+    ArvGcInteger* Engine() const { return ARV_GC_INTEGER(this->EngineNode()); }
+
+    void CheckRange(int64_t value) {
+        const int64_t min = GetMin();
+        const int64_t max = GetMax();
+        const char* name = this->Name().c_str();
+        if (value < min) {
+            throw OUT_OF_RANGE_EXCEPTION("Feature '%s': value %lld must be >= minimum %lld", name,
+                                         static_cast<long long>(value),
+                                         static_cast<long long>(min));
+        }
+        if (value > max) {
+            throw OUT_OF_RANGE_EXCEPTION("Feature '%s': value %lld must be <= maximum %lld", name,
+                                         static_cast<long long>(value),
+                                         static_cast<long long>(max));
+        }
+        const int64_t inc = GetInc();
+        if (inc > 1 && (value - min) % inc != 0) {
+            throw OUT_OF_RANGE_EXCEPTION(
+                "Feature '%s': value %lld must be minimum %lld plus a multiple of increment %lld",
+                name, static_cast<long long>(value), static_cast<long long>(min),
+                static_cast<long long>(inc));
+        }
+    }
+};
+
+}  // namespace GenApi

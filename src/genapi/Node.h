@@ -1,0 +1,66 @@
+#pragma once
+
+#include <arv.h>
+
+#include <string>
+
+#include "GenApi/Pointer.h"
+#include "NodeMap.h"
+
+namespace GenApi {
+
+// Common part of every node wrapper: identity, access mode and the engine-call
+// plumbing that the value interfaces build on.
+class CNode : public virtual INode {
+public:
+    CNode(CNodeMap& map, ArvGcFeatureNode* node, std::string name, EInterfaceType type);
+    ~CNode() override = default;
+
+    EAccessMode GetAccessMode() const override;
+    gcstring GetName(bool FullQualified = false) const override;
+    EInterfaceType GetPrincipalInterfaceType() const override { return m_type; }
+    gcstring GetDescription() const override;
+    gcstring GetToolTip() const override;
+    gcstring GetDisplayName() const override;
+    EVisibility GetVisibility() const override;
+    INodeMap* GetNodeMap() const override { return &m_map; }
+    bool IsFeature() const override;
+    void GetSelectedFeatures(FeatureList_t& features) const override;
+    bool IsSelector() const override;
+
+    ArvGcFeatureNode* EngineNode() const { return m_node; }
+    const std::string& Name() const { return m_name; }
+
+protected:
+    template <class F>
+    auto Call(bool ignoreCache, F&& engineCall) const {
+        auto lock = Lock();
+        const bool bypass = ignoreCache || m_seenGeneration != m_map.Generation();
+        m_seenGeneration = m_map.Generation();
+        return m_map.CallLocked(m_name, m_port, bypass, std::forward<F>(engineCall));
+    }
+    std::unique_lock<std::recursive_mutex> Lock() const {
+        return std::unique_lock<std::recursive_mutex>(m_map.Mutex());
+    }
+    void RequireReadable(bool verify) const;
+    void RequireWritable(bool verify) const;
+    [[noreturn]] void ThrowInvalidValue(const std::string& value) const;
+    CNodeMap& Map() const { return m_map; }
+
+private:
+    CNodeMap& m_map;
+    ArvGcFeatureNode* m_node;
+    std::string m_name;
+    EInterfaceType m_type;
+    std::string m_port;
+    mutable uint64_t m_seenGeneration = 0;
+};
+
+// Nodes the layer lists but offers no value interface for (groups, struct
+// containers, unknown node kinds).
+class CPlainNode final : public CNode {
+public:
+    using CNode::CNode;
+};
+
+}  // namespace GenApi

@@ -1,0 +1,142 @@
+#pragma once
+
+#include <arv.h>
+
+#include <exception>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "BridgeDevice.h"
+#include "GenApi/INodeMap.h"
+
+namespace GenApi {
+
+class CNode;
+
+class CRecursiveLock final : public ILock {
+public:
+    void Lock() override { m_mutex.lock(); }
+    void Unlock() override { m_mutex.unlock(); }
+    bool TryLock() override { return m_mutex.try_lock(); }
+    std::recursive_mutex& Mutex() { return m_mutex; }
+
+private:
+    std::recursive_mutex m_mutex;
+};
+
+// One engine document with its bridge device, its node wrappers and its port
+// connections. Every engine call runs under the map's recursive lock.
+class CNodeMap final : public INodeMap, private IBridgeTarget {
+public:
+    // Throws GenICam::RuntimeException with the parser's reason for a broken description.
+    static std::shared_ptr<CNodeMap> Create(const gcstring& deviceName, const char* xml,
+                                            size_t size);
+    ~CNodeMap() override;
+    CNodeMap(const CNodeMap&) = delete;
+    CNodeMap& operator=(const CNodeMap&) = delete;
+
+    void GetNodes(NodeList_t& Nodes) const override;
+    INode* GetNode(const gcstring& Name) const override;
+    void InvalidateNodes() const override;
+    bool Connect(IPort* pPort, const gcstring& PortName) const override;
+    bool Connect(IPort* pPort) const override;
+    gcstring GetDeviceName() override { return m_deviceName; }
+    void Poll(int64_t /*ElapsedTime*/) override {}
+    ILock& GetLock() const override { return m_lock; }
+    uint64_t GetNumNodes() const override { return m_nodes.size(); }
+
+    std::recursive_mutex& Mutex() const { return m_lock.Mutex(); }
+    CNode* Wrap(ArvGcNode* node) const;
+    // Name of the one port node that accesses to this node can reach, or empty.
+    static std::string SolePort(ArvGcFeatureNode* node);
+    uint64_t Generation() const { return m_generation; }
+
+    // Runs one engine call under the lock with the register cache switched for
+    // this call only; rethrows what a port threw, else turns the GError into
+    // the matching GenICam exception naming the feature.
+    template <class F>
+    auto Call(const std::string& feature, const std::string& port, bool ignoreCache,
+              F&& engineCall) const {
+        std::lock_guard<std::recursive_mutex> guard(Mutex());
+        return CallLocked(feature, port, ignoreCache, std::forward<F>(engineCall));
+    }
+
+    // Call for a caller that already holds Mutex().
+    template <class F>
+    auto CallLocked(const std::string& feature, const std::string& port, bool ignoreCache,
+                    F&& engineCall) const {
+        CacheSwitch cacheSwitch(*this, ignoreCache);
+        PortHint hint(*this, port);
+        GError* error = nullptr;
+        if constexpr (std::is_void_v<decltype(engineCall(&error))>) {
+            engineCall(&error);
+            Raise(feature, error);
+        } else {
+            auto result = engineCall(&error);
+            Raise(feature, error);
+            return result;
+        }
+    }
+
+private:
+    class CacheSwitch {
+    public:
+        CacheSwitch(const CNodeMap& map, bool ignoreCache);
+        ~CacheSwitch();
+        CacheSwitch(const CacheSwitch&) = delete;
+        CacheSwitch& operator=(const CacheSwitch&) = delete;
+
+    private:
+        const CNodeMap& m_map;
+        bool m_switched;
+    };
+
+    // The engine does not say which port node issued an access; the node
+    // being accessed does, when everything it depends on uses one port.
+    class PortHint {
+    public:
+        PortHint(const CNodeMap& map, const std::string& port)
+            : m_map(map), m_saved(map.m_portHint) {
+            m_map.m_portHint = &port;
+        }
+        ~PortHint() { m_map.m_portHint = m_saved; }
+        PortHint(const PortHint&) = delete;
+        PortHint& operator=(const PortHint&) = delete;
+
+    private:
+        const CNodeMap& m_map;
+        const std::string* m_saved;
+    };
+
+    explicit CNodeMap(const gcstring& deviceName);
+    void Load(const char* xml, size_t size);
+    void CollectNodes(ArvDomNode* parent);
+    void AddNode(ArvGcFeatureNode* node, const std::string& name);
+    void Raise(const std::string& feature, GError* error) const;
+    IPort* PortFor() const;
+
+    bool BridgeRead(uint64_t address, uint32_t size, void* buffer, GError** error) override;
+    bool BridgeWrite(uint64_t address, uint32_t size, const void* buffer, GError** error) override;
+    bool Transfer(uint64_t address, uint32_t size, void* readBuffer, const void* writeBuffer,
+                  GError** error);
+
+    gcstring m_deviceName;
+    mutable CRecursiveLock m_lock;
+    ArvDevice* m_device = nullptr;
+    ArvGc* m_gc = nullptr;
+    std::vector<std::unique_ptr<CNode>> m_nodes;
+    std::unordered_map<std::string, CNode*> m_byName;
+    std::unordered_map<ArvGcNode*, CNode*> m_byEngineNode;
+    mutable std::map<std::string, IPort*> m_ports;
+    mutable IPort* m_lastPort = nullptr;
+    mutable std::exception_ptr m_portFailure;
+    mutable bool m_cacheEnabled = true;
+    mutable uint64_t m_generation = 0;
+    mutable const std::string* m_portHint = nullptr;
+};
+
+}  // namespace GenApi
