@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#include <thread>
 #include <vector>
 
 #include "CImgTool.h"
@@ -122,6 +123,39 @@ TEST(ImgToolBuffers, AllocatingModeLeavesOnlyTheResult) {
     EXPECT_EQ(g_arrayAllocations.load() - before, 2);  // single block (freed) + result
 #endif
     delete[] result;
+}
+
+}  // namespace
+
+namespace {
+
+TEST(ImgToolBuffers, ToolsOnSeveralThreadsShareOnlyReadOnlyState) {
+    // The first 4:2:2 conversion fits the chroma constants; several threads
+    // racing into it, each with its own tool, must all get the same result.
+    std::vector<char> frame(64 * 16 * 2);
+    for (std::size_t i = 0; i < frame.size(); ++i) {
+        frame[i] = static_cast<char>(i * 37);
+    }
+    std::vector<std::vector<char>> results(4);
+    std::vector<std::thread> threads;
+    for (auto& result : results) {
+        threads.emplace_back([&frame, &result] {
+            CImgTool tool(false);
+            const char* out = tool.TransImage(frame.data(), 64, 16, PF_YCbCr709_422_8, false, true);
+            if (out != nullptr) {
+                result.assign(out, out + 64 * 16 * 3);
+            }
+            char* loose = TransImage(frame.data(), 64, 16, PF_YUV422_8_UYVY, true);
+            delete[] loose;
+        });
+    }
+    for (auto& t : threads) {
+        t.join();
+    }
+    for (const auto& result : results) {
+        ASSERT_EQ(result.size(), 64u * 16 * 3);
+        EXPECT_EQ(result, results[0]);
+    }
 }
 
 }  // namespace
