@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "gentl/Cti.h"
+#include "Cti.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "core/CameraManager.h"
 #include "core/ModulePath.h"
 #include "gentl/CameraInfo.h"
-#include "gentl/Cti.h"
+#include "Cti.h"
 
 namespace VEXOGENICAM {
 

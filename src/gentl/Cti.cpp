@@ -1,4 +1,4 @@
-#include "gentl/Cti.h"
+#include "Cti.h"
 
 #include <dlfcn.h>
 

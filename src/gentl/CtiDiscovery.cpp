@@ -8,7 +8,7 @@
 
 #include "CtiPort.h"
 #include "gentl/CameraInfo.h"
-#include "gentl/Cti.h"
+#include "Cti.h"
 
 namespace VEXOGENICAM {
 

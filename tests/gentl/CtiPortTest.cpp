@@ -8,7 +8,7 @@
 
 #include "GenApi/GenApi.h"
 #include "ScenarioRun.h"
-#include "gentl/Cti.h"
+#include "Cti.h"
 
 using namespace VEXOGENICAM;
 using lumo_test::InScenarioChild;

@@ -234,6 +234,50 @@ TEST_F(ProducerAcquisition, FeatureWriteRaisesConfiguredEvent) {
     EXPECT_EQ(type, INFO_DATATYPE_STRING);
 }
 
+TEST_F(ProducerAcquisition, GigEVisionSettingsAndPixelByteOrder) {
+    Prepare(R"({"interfaces": [{"devices": [{"frameRate": 0, "sensorWidth": 16, "sensorHeight": 4,
+        "pixelFormats": ["Mono16", "Mono8"], "pixelFormat": "Mono16", "pgrPixelBigEndian": true,
+        "packetSize": {"min": -1, "max": 8000, "inc": 8, "value": 1500}}]}],
+        "events": {"remoteDeviceEvery": 2}})",
+            2);
+    // Packet size: no lower bound, upper bound enforced.
+    EXPECT_EQ(WriteU32(hRemote, LumoSim::CamReg::kPacketSize, 9000), GC_ERR_INVALID_VALUE);
+    EXPECT_EQ(WriteU32(hRemote, LumoSim::CamReg::kPacketSize, 8), GC_ERR_SUCCESS);
+    // The stream's GigE Vision registers keep what is written, also in two-byte writes.
+    const uint16_t min = 0, max = 8000, inc = 8;
+    for (const auto& [addr, value] : {std::pair{0x228u, min}, {0x22Cu, max}, {0x230u, inc}}) {
+        size_t size = 2;
+        ASSERT_EQ(p->GCWritePort(hDS, addr, &value, &size), GC_ERR_SUCCESS);
+        EXPECT_EQ(ReadU32(hDS, addr), value);
+    }
+    EXPECT_EQ(WriteU32(hDS, 0x24, 0xC0A80001), GC_ERR_SUCCESS);
+    EXPECT_EQ(ReadU32(hDS, 0x24), 0xC0A80001u);
+    EVENT_HANDLE remoteEv = nullptr;
+    ASSERT_EQ(p->GCRegisterEvent(hDev, EVENT_REMOTE_DEVICE, &remoteEv), GC_ERR_SUCCESS);
+    Start(2);
+    for (int i = 0; i < 2; ++i) {
+        BUFFER_HANDLE b = NextBuffer(ev);
+        ASSERT_NE(b, nullptr);
+        EXPECT_EQ(BufferInfo<int32_t>(b, BUFFER_INFO_PIXEL_ENDIANNESS), PIXELENDIANNESS_BIG);
+        const uint8_t* px = BufferInfo<uint8_t*>(b, BUFFER_INFO_BASE);
+        LumoSim::SceneParams sp{16, 4, 0, 0, 16, 4, 0x01100007, true};
+        uint8_t want[2];
+        LumoSim::CScene::Render(sp, BufferInfo<uint64_t>(b, BUFFER_INFO_FRAMEID), want, 2);
+        EXPECT_EQ(px[0], want[0]);
+        EXPECT_EQ(px[1], want[1]);
+    }
+    uint8_t data[1024];
+    size_t size = sizeof data;
+    ASSERT_EQ(p->EventGetData(remoteEv, data, &size, 2000), GC_ERR_SUCCESS);
+    uint64_t numId = 0;
+    INFO_DATATYPE type = 0;
+    size_t idSize = sizeof numId;
+    ASSERT_EQ(p->EventGetDataInfo(remoteEv, data, size, EVENT_DATA_NUMID, &type, &numId, &idSize),
+              GC_ERR_SUCCESS);
+    EXPECT_EQ(numId, 0x9001u);
+    EXPECT_EQ(p->DSStopAcquisition(hDS, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_SUCCESS);
+}
+
 // A consumer grabs on one thread while another stops and restarts the stream.
 TEST_F(ProducerAcquisition, GrabWhileAnotherThreadStops) {
     Prepare(kFast, 4);
