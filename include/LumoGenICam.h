@@ -13,9 +13,6 @@
 #include "ICamera.h"
 #include "LumoEntry.h"
 #include "SimpleLog.h"
-#if __has_include("CImgTool.h")
+#include "PixelFormats.h"
 #include "CImgTool.h"
-#endif
-#if __has_include("ImageTool.h")
 #include "ImageTool.h"
-#endif

@@ -73,8 +73,12 @@ void PutPacked(ByteSink& out, const PixelFormatInfo& f, uint16_t s0, uint16_t s1
 Rgb16 CScene::Colour(const SceneParams& p, uint32_t x, uint32_t y, uint64_t frameId) {
     const uint32_t sw = std::max<uint32_t>(p.sensorWidth, 1);
     const uint32_t sh = std::max<uint32_t>(p.sensorHeight, 1);
-    const uint64_t sx = (static_cast<uint64_t>(p.offsetX) + x + Shift(frameId)) % sw;
-    const uint64_t sy = std::min<uint64_t>(static_cast<uint64_t>(p.offsetY) + y, sh - 1);
+    // The frame moves through the scene in raster order, so that a shifted frame is a plain
+    // offset into a rendered one (see CFrameRenderer).
+    const uint64_t w = std::max<uint32_t>(p.width, 1);
+    const uint64_t k = static_cast<uint64_t>(y) * w + x + Shift(frameId);
+    const uint64_t sx = (static_cast<uint64_t>(p.offsetX) + k % w) % sw;
+    const uint64_t sy = std::min<uint64_t>(static_cast<uint64_t>(p.offsetY) + k / w, sh - 1);
     const uint8_t bits = kBarBits[(sx * 8) / sw];
     const auto level = static_cast<uint16_t>(0xFFFF - (sy * 0xC000) / sh);
     return {(bits & 4) ? level : kDark, (bits & 2) ? level : kDark, (bits & 1) ? level : kDark};

@@ -8,7 +8,8 @@
 namespace LumoSim {
 
 // The deterministic test scene (see README.md): eight vertical colour bars across the sensor,
-// brightness falling from top to bottom, shifted left by 8 * (frameId % 8) pixels.
+// brightness falling from top to bottom; frame f shows the pixels 8 * (f % 8) places further on
+// in raster order.
 struct SceneParams {
     uint32_t sensorWidth = 0;
     uint32_t sensorHeight = 0;

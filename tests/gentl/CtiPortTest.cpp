@@ -40,6 +40,16 @@ const DescriptionCase kCases[] = {
     {"onesemicolon.cti", R"({"url": "Local:system.xml;100000"})"},
 };
 
+// One producer copy per description case, then the test again in that scenario.
+void RunWithDescriptionProducers() {
+    LibraryScenario dir;
+    dir.AddLibrary();
+    for (const auto& c : kCases) {
+        dir.AddProducer(SimCti(), SystemXml(c.systemXml), c.file);
+    }
+    RunInChild(dir);
+}
+
 class ProducerFixture {
 public:
     explicit ProducerFixture(const std::string& file) : m_cti(file) { m_loaded = m_cti.Load(); }
@@ -61,12 +71,7 @@ std::string StringFeature(GenApi::INodeMap* map, const char* name) {
 
 TEST(CCtiPortTest, LoadsTheSystemDescriptionInEveryStorageForm) {
     if (!InScenarioChild()) {
-        LibraryScenario dir;
-        dir.AddLibrary();
-        for (const auto& c : kCases) {
-            dir.AddProducer(SimCti(), SystemXml(c.systemXml), c.file);
-        }
-        return RunInChild(dir);
+        return RunWithDescriptionProducers();
     }
     std::string plainContent;
     for (const char* file : {"plain.cti", "zipped.cti", "nulpad.cti", "ffpad.cti"}) {
@@ -101,12 +106,7 @@ TEST(CCtiPortTest, LoadsTheSystemDescriptionInEveryStorageForm) {
 
 TEST(CCtiPortTest, UnsupportedOrBrokenDescriptionsLeaveThePortWithoutNodeMap) {
     if (!InScenarioChild()) {
-        LibraryScenario dir;
-        dir.AddLibrary();
-        for (const auto& c : kCases) {
-            dir.AddProducer(SimCti(), SystemXml(c.systemXml), c.file);
-        }
-        return RunInChild(dir);
+        return RunWithDescriptionProducers();
     }
     for (const char* file :
          {"readfails.cti", "filescheme.cti", "httpscheme.cti", "onesemicolon.cti"}) {
