@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,14 +23,14 @@ constexpr int kDevicesEach = 4;
 std::string ProducerName(int i) { return "sim" + std::to_string(i) + ".cti"; }
 
 std::string Config(int producer) {
-    std::string devices;
+    std::ostringstream json;
+    json << R"({"interfaces": [{"id": "IF0", "tlType": "GEV", "devices": [)";
     for (int d = 0; d < kDevicesEach; ++d) {
         const std::string sn = "P" + std::to_string(producer) + "D" + std::to_string(d);
-        devices += (d ? "," : "") + std::string(R"({"id": ")") + sn + R"(", "serial": ")" + sn +
-                   R"("})";
+        json << (d ? "," : "") << R"({"id": ")" << sn << R"(", "serial": ")" << sn << R"("})";
     }
-    return R"({"interfaces": [{"id": "IF0", "tlType": "GEV", "devices": [)" + devices +
-           R"(]}], "faults": {"delays": {"IFUpdateDeviceList": 5}}})";
+    json << R"(]}], "faults": {"delays": {"IFUpdateDeviceList": 5}}})";
+    return json.str();
 }
 
 void Release(std::list<VEXOGENICAM::ICameraInfo*>& infos) {
