@@ -145,6 +145,10 @@ int main(int argc, char** argv) {
         std::printf("%-28s %12.1f %12.2f\n", "LumoSim frames delivered", 1.0 / sim, copy / sim);
         if (ring > 0)
             std::printf("%-28s %12s %12.2f\n", "LumoSim vs ring memcpy", "", ring / sim);
+        const double render = g_secondsPerFrame["BM_RenderMono8/real_time"];
+        if (render > 0) {
+            std::printf("%-28s %12.1f %12.2f\n", "frame fill alone", 1.0 / render, copy / render);
+        }
     } else {
         std::printf("(a benchmark did not run)\n");
     }
