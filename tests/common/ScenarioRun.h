@@ -34,8 +34,9 @@
 namespace lumo_test {
 
 inline std::filesystem::path LibDir() { return LUMO_LIB_DIR; }
+// The simulated producer beside the library, or one of its test variants.
 inline std::filesystem::path SimCti(const std::string& name = "LumoSim.cti") {
-    return LibDir() / name;
+    return name == "LumoSim.cti" ? LibDir() / name : LibDir() / "variants" / name;
 }
 
 class LibraryScenario : public ScenarioDir {

@@ -204,8 +204,8 @@ TEST_F(ProducerLifecycle, EnumerationAndDeviceInformation) {
 
 TEST_F(ProducerLifecycle, VariantsExportWhatTheyPromise) {
     SimProducer full(LibDir() + "/LumoSim.cti");
-    SimProducer v10(LibDir() + "/LumoSim10.cti");
-    SimProducer noFlush(LibDir() + "/LumoSimNoFlush.cti");
+    SimProducer v10(LibDir() + "/variants/LumoSim10.cti");
+    SimProducer noFlush(LibDir() + "/variants/LumoSimNoFlush.cti");
     EXPECT_TRUE(full.Has("DSGetBufferChunkData") && full.Has("GCGetPortURLInfo") &&
                 full.Has("EventFlush"));
     EXPECT_TRUE(v10.Has("DSGetBufferInfo") && v10.Has("EventFlush"));
@@ -214,7 +214,7 @@ TEST_F(ProducerLifecycle, VariantsExportWhatTheyPromise) {
     EXPECT_FALSE(noFlush.Has("EventFlush"));
     EXPECT_FALSE(full.Has("_ZN7LumoSim6CScene6RenderERKNS_11SceneParamsEmPhm"));
 
-    ASSERT_EQ(Load("", "LumoSimEmpty.cti"), GC_ERR_SUCCESS);
+    ASSERT_EQ(Load("", "variants/LumoSimEmpty.cti"), GC_ERR_SUCCESS);
     ASSERT_EQ(p->TLOpen(&hTL), GC_ERR_SUCCESS);
     ASSERT_EQ(p->TLUpdateInterfaceList(hTL, nullptr, 100), GC_ERR_SUCCESS);
     uint32_t n = 1;
