@@ -30,13 +30,26 @@ namespace {
 std::mutex g_lock;
 std::unique_ptr<CProducer> g_producer;
 std::unordered_map<void*, std::shared_ptr<CEvent>> g_events;  // guarded by g_lock
-thread_local GC_ERROR t_lastError = GC_ERR_SUCCESS;
-thread_local std::string t_lastText = "No Error";
+// The last error of each thread. Kept in a map rather than in thread_local
+// storage: a consumer may unload the producer while its threads live on, and
+// dynamic TLS of an unloaded module is left dangling.
+struct LastError {
+    GC_ERROR code = GC_ERR_SUCCESS;
+    std::string text = "No Error";
+};
+std::mutex g_errorLock;
+std::unordered_map<std::thread::id, LastError> g_lastErrors;  // guarded by g_errorLock
+
+LastError GetLastErrorOfThisThread() {
+    std::lock_guard<std::mutex> lk(g_errorLock);
+    const auto it = g_lastErrors.find(std::this_thread::get_id());
+    return it == g_lastErrors.end() ? LastError{} : it->second;
+}
 
 GC_ERROR Err(GC_ERROR code, const std::string& text) {
     if (code != GC_ERR_SUCCESS) {
-        t_lastError = code;
-        t_lastText = text;
+        std::lock_guard<std::mutex> lk(g_errorLock);
+        g_lastErrors[std::this_thread::get_id()] = LastError{code, text};
     }
     return code;
 }
@@ -434,12 +447,13 @@ GC_API GCGetLastError(GC_ERROR* piErrorCode, char* sErrText, size_t* piSize) {
     }
     if (!piErrorCode || !piSize)
         return GC_ERR_INVALID_PARAMETER;
-    *piErrorCode = t_lastError;
-    const size_t need = t_lastText.size() + 1;
+    const LastError last = GetLastErrorOfThisThread();
+    *piErrorCode = last.code;
+    const size_t need = last.text.size() + 1;
     if (sErrText) {
         if (*piSize < need)
             return GC_ERR_BUFFER_TOO_SMALL;
-        std::memcpy(sErrText, t_lastText.c_str(), need);
+        std::memcpy(sErrText, last.text.c_str(), need);
     }
     *piSize = need;
     return GC_ERR_SUCCESS;
