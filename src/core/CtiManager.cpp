@@ -151,8 +151,11 @@ ICamera* CCtiManager::CreateCamera(const std::string& serialNumber) {
     }
     ICameraInfo* info = QueryCameraInfo(serialNumber);
     if (info == nullptr) {
-        // The records of this discovery keep the references taken for them.
-        DiscoveryCameras(nullptr);
+        // Only the producers' own records are searched; the references taken
+        // for this list are given back at once so that nothing leaks.
+        for (ICameraInfo* record : DiscoveryCameras(nullptr)) {
+            record->Release();
+        }
         info = QueryCameraInfo(serialNumber);
     }
     if (info == nullptr) {
