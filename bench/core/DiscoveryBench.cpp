@@ -20,14 +20,21 @@ namespace {
 constexpr int kProducers = 8;
 constexpr int kDevicesEach = 4;
 
-std::string ProducerName(int i) { return "sim" + std::to_string(i) + ".cti"; }
+std::string ProducerName(int i) {
+    std::string name("sim");
+    name += std::to_string(i);
+    name += ".cti";
+    return name;
+}
 
 std::string Config(int producer) {
     std::ostringstream json;
     json << R"({"interfaces": [{"id": "IF0", "tlType": "GEV", "devices": [)";
     for (int d = 0; d < kDevicesEach; ++d) {
-        const std::string sn = "P" + std::to_string(producer) + "D" + std::to_string(d);
-        json << (d ? "," : "") << R"({"id": ")" << sn << R"(", "serial": ")" << sn << R"("})";
+        std::ostringstream sn;
+        sn << 'P' << producer << 'D' << d;
+        json << (d ? "," : "") << R"({"id": ")" << sn.str() << R"(", "serial": ")" << sn.str()
+             << R"("})";
     }
     json << R"(]}], "faults": {"delays": {"IFUpdateDeviceList": 5}}})";
     return json.str();
