@@ -1,8 +1,26 @@
 #include "core/CameraManager.h"
 
+#include "camera/Camera.h"
 #include "gentl/CameraInfo.h"
 
 namespace VEXOGENICAM {
+
+namespace {
+
+// The one place that picks the camera class of a transport layer. GigE Vision
+// (TL_GEV) gets CGevCamera and Camera Link (TL_CL, TL_CLHS) gets CCLCamera once
+// those kinds exist; until then every device is served by the base camera.
+CCamera* MakeCamera(CCameraInfo* info, CCameraManager* manager) {
+    switch (info->GetTLType()) {
+        case TL_GEV:
+        case TL_CL:
+        case TL_CLHS:
+        default:
+            return new CCamera(info, manager);
+    }
+}
+
+}  // namespace
 
 CCameraManager::~CCameraManager() {
     std::unordered_set<CCamera*> cameras;
@@ -10,8 +28,10 @@ CCameraManager::~CCameraManager() {
         std::lock_guard<std::recursive_mutex> guard(m_lock);
         cameras.swap(m_cameras);
     }
-    // Camera objects arrive with the camera subsystem; until then the set
-    // stays empty and nothing is released here.
+    // Released outside the lock: each camera's destructor calls Remove.
+    for (CCamera* camera : cameras) {
+        camera->Release();
+    }
 }
 
 void CCameraManager::Insert(CCamera* camera) {
@@ -33,8 +53,13 @@ ICamera* CCameraManager::CreateCamera(CCameraInfo* info) {
     if (info == nullptr || info->GetCti() == nullptr) {
         return nullptr;
     }
-    // No camera kind is built yet: every record is answered with null.
-    return nullptr;
+    std::lock_guard<std::recursive_mutex> guard(m_lock);
+    for (CCamera* camera : m_cameras) {
+        if (info->Equal(camera->GetInfo())) {
+            return camera;
+        }
+    }
+    return MakeCamera(info, this);
 }
 
 }  // namespace VEXOGENICAM

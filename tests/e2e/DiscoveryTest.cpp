@@ -300,8 +300,12 @@ TEST(DiscoveryTest, UnknownSerialTriggersExactlyOneFullDiscovery) {
     auto infos = Discovery(nullptr);  // update 1
     ASSERT_EQ(infos.size(), 1u);
     ReleaseAll(infos);
-    // A known serial needs no discovery; no camera kind answers yet, so null.
-    EXPECT_EQ(CreateCameraBySN("S1"), nullptr);
+    // A known serial needs no discovery, and asking twice gives the same camera.
+    ICamera* camera = CreateCameraBySN("S1");
+    ASSERT_NE(camera, nullptr);
+    EXPECT_EQ(CreateCameraBySN("S1"), camera);
+    EXPECT_STREQ(camera->GetCameraInfo()->GetSN(), "S1");
+    camera->Release();
     EXPECT_EQ(CreateCameraBySN(""), nullptr);  // empty: no look-up at all
     EXPECT_EQ(CreateCameraBySN("UNKNOWN"), nullptr);  // update 2
     infos = Discovery(nullptr);                       // update 3 fails

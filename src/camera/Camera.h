@@ -1,0 +1,125 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+#include "CImgTool.h"
+#include "ICamera.h"
+#include "LumoExport.h"
+
+class CCtiPort;
+
+namespace VEXOGENICAM {
+
+class CCameraInfo;
+class CCameraManager;
+class CCti;
+class CGrab;
+
+// The camera of every transport layer. Public operations take the camera lock
+// and call the protected ...Action operations, which the transport-specific
+// kinds override.
+class LUMO_API CCamera : public ICamera {
+public:
+    // One buffer announced to the data stream.
+    struct BUFFER {
+        void* hBuffer = nullptr;
+        // Kept for buffers that the library would allocate itself.
+        void* reserved = nullptr;
+    };
+
+    CCamera(CCameraInfo* info, CCameraManager* manager);
+    CCamera(const CCamera&) = delete;
+    CCamera& operator=(const CCamera&) = delete;
+
+    int Open(DEVICE_OPEN_MODE mode) override;
+    void Close() override;
+    bool IsOpen() override;
+    bool IsOnline() override;
+    void SetAnnounceBufCount(unsigned long long count) override;
+    unsigned long long GetAnnounceBufCount() override;
+    int StartGrab(GRAB_STRATEGY strategy, unsigned long long count) override;
+    void StopGrab() override;
+    bool IsGrabbing() override;
+    int GrabImage(IImage** image, unsigned long long timeout) override;
+    void ClearImageBuffer() override {}
+    ICameraInfo* GetCameraInfo() override;
+    IXml* GetTLXml() override;
+    IXml* GetIFXml() override;
+    IXml* GetDEVXml() override;
+    IXml* GetRMXml() override;
+    IXml* GetDSXml() override;
+    bool IsCLCamOnline() override { return false; }
+    int SetCLParam(const char* name, const char* value) override;
+    int RegisterNotify(NOTIFY_SRC src, NOTIFY_TYPE type, INotify* notify) override;
+    void RegisterEventListener(IEvent* listener) override;
+    void Release() override;
+
+    virtual ~CCamera();
+
+    // The direct grab used by the strategies: waits on the stream outside the
+    // camera lock, counted so that StopGrab can wait for it.
+    int GrabImage2(IImage** image, unsigned long long timeout);
+    // Gives a buffer back to the stream while the acquisition that announced
+    // it still runs; later returns are dropped.
+    void QueueBuf(void* buffer);
+    void QueueBuf(void* buffer, std::uint64_t acquisition);
+
+    CCameraInfo* GetInfo() { return m_pCameraInfo; }
+    CImgTool& GetImgTool() { return m_imgTool; }
+    // Converts under the camera lock: the tool's working buffers are shared by
+    // all images of this camera.
+    char* ConvertImage(char* buffer, std::uint64_t width, std::uint64_t height,
+                       std::uint64_t pixelFormat, bool bigEndian);
+
+protected:
+    virtual int OpenAction(DEVICE_OPEN_MODE mode);
+    virtual void CloseAction();
+    virtual int StartGrabAction(unsigned long long count);
+    virtual void StopGrabAction();
+    virtual void StopGrabRelease();
+    virtual unsigned long long GetAnnounceMinAction();
+    virtual int GrabImageAction(IImage** image, unsigned long long timeout);
+    virtual void ClearBufAction();
+    virtual int RegisterNotifyAction(NOTIFY_SRC src, NOTIFY_TYPE type, INotify* notify,
+                                     void** handle);
+    virtual void UnRegisterNotifyAction(NOTIFY_SRC src, NOTIFY_TYPE type, void* handle);
+    virtual unsigned long long GetPayloadSizeAction();
+    virtual bool IsPixelBigEndian() { return true; }
+
+    // The producer of the data stream, and its handle; null when not open.
+    CCti* StreamCti();
+    void* StreamHandle();
+
+    std::unique_ptr<CCtiPort> m_pDevPort;
+    std::unique_ptr<CCtiPort> m_pRMPort;
+    std::unique_ptr<CCtiPort> m_pDSPort;
+    std::unordered_map<void*, BUFFER> m_buffers;
+    void* m_hNewBufferEvent = nullptr;
+    CCameraInfo* m_pCameraInfo;
+    CCameraManager* m_pCameraManager;
+    std::recursive_mutex m_lock;
+    std::condition_variable_any m_grabDone;
+    int m_grabCount = 0;
+    std::atomic<unsigned long long> m_announceCount{8};
+    // Shared so that a client still inside GrabImage keeps the worker alive
+    // while StopGrab ends it.
+    std::shared_ptr<CGrab> m_pGrab;
+    CImgTool m_imgTool{false};
+    std::atomic<bool> m_bOnline{false};
+    std::unordered_map<std::uint64_t, void*> m_notifies;
+    // Numbers each successful start so that images of an earlier acquisition
+    // never re-queue a handle the producer may have reused.
+    std::uint64_t m_acquisition = 0;
+    // Set while StopGrab waits for the grabs in flight; no new grab may start.
+    bool m_bStopping = false;
+
+private:
+    void KillWaits(int count);
+};
+
+}  // namespace VEXOGENICAM

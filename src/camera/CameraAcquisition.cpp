@@ -1,0 +1,380 @@
+// The acquisition half of CCamera: buffers, start and stop, the direct grab.
+#include <chrono>
+#include <iostream>
+
+#include "Cti.h"
+#include "CtiPort.h"
+#include "camera/Camera.h"
+#include "camera/GenImage.h"
+#include "camera/Grab.h"
+#include "gentl/CameraInfo.h"
+
+namespace VEXOGENICAM {
+
+namespace {
+
+constexpr unsigned long long kMinAnnounceCount = 3;
+constexpr auto kStopRetry = std::chrono::milliseconds(100);
+
+int MapWaitError(int rc) {
+    switch (rc) {
+        case GenTL::GC_ERR_RESOURCE_EXHAUSTED:
+            return -15;
+        case GenTL::GC_ERR_PARSING_CHUNK_DATA:
+            return -14;
+        case GenTL::GC_ERR_BUFFER_TOO_SMALL:
+            return -13;
+        case GenTL::GC_ERR_ABORT:
+            return -12;
+        case GenTL::GC_ERR_TIMEOUT:
+            return -11;
+        default:
+            return -10;
+    }
+}
+
+// Verified read that bypasses the cache; 0 when the node is missing.
+std::int64_t ReadInteger(GenApi::INodeMap* nodeMap, const char* name) {
+    if (nodeMap == nullptr) {
+        return 0;
+    }
+    GenApi::CIntegerPtr node = nodeMap->GetNode(name);
+    return node.IsValid() ? node->GetValue(true, true) : 0;
+}
+
+}  // namespace
+
+CCti* CCamera::StreamCti() {
+    return m_pDSPort ? m_pDSPort->GetCti() : nullptr;
+}
+
+void* CCamera::StreamHandle() {
+    return m_pDSPort ? m_pDSPort->GetPort() : nullptr;
+}
+
+void CCamera::SetAnnounceBufCount(unsigned long long count) {
+    if (count >= kMinAnnounceCount) {
+        m_announceCount = count;
+    }
+}
+
+unsigned long long CCamera::GetAnnounceBufCount() {
+    return m_announceCount;
+}
+
+unsigned long long CCamera::GetAnnounceMinAction() {
+    return m_announceCount;
+}
+
+bool CCamera::IsGrabbing() {
+    std::lock_guard<std::recursive_mutex> guard(m_lock);
+    return m_grabCount >= 1;
+}
+
+int CCamera::StartGrab(GRAB_STRATEGY strategy, unsigned long long count) {
+    std::shared_ptr<CGrab> previous;
+    int result = -1;
+    {
+        std::lock_guard<std::recursive_mutex> guard(m_lock);
+        if (m_grabCount != 0) {
+            return -1;
+        }
+        result = StartGrabAction(count);
+        if (result == 0) {
+            m_grabCount = 1;
+            ++m_acquisition;
+            previous = std::move(m_pGrab);
+            m_pGrab = std::make_shared<CGrab>(this, strategy);
+        } else {
+            // Queued buffers cannot be revoked: empty the queues first.
+            if (CCti* cti = StreamCti()) {
+                cti->DSFlushQueue(StreamHandle(), GenTL::ACQ_QUEUE_INPUT_TO_OUTPUT);
+                cti->DSFlushQueue(StreamHandle(), GenTL::ACQ_QUEUE_OUTPUT_DISCARD);
+            }
+            ClearBufAction();
+        }
+    }
+    // A worker left by a racing stop is ended outside the lock it may wait for.
+    if (previous) {
+        previous->Stop();
+    }
+    return result;
+}
+
+int CCamera::StartGrabAction(unsigned long long count) {
+    if (!m_pDevPort || !m_pDSPort || !m_pRMPort) {
+        return -2;
+    }
+    CCti* cti = StreamCti();
+    if (cti == nullptr) {
+        return -3;
+    }
+    void* stream = StreamHandle();
+    if (stream == nullptr) {
+        return -4;
+    }
+    GenApi::INodeMap* nodeMap = m_pRMPort->GetNodeMap();
+    if (nodeMap == nullptr) {
+        return -5;
+    }
+    const unsigned long long payload = GetPayloadSizeAction();
+    if (payload < 1) {
+        return -6;
+    }
+    const unsigned long long wanted = GetAnnounceMinAction();
+    for (unsigned long long i = 0; i < wanted; ++i) {
+        BUFFER buffer;
+        const int rc = cti->DSAllocAndAnnounceBuffer(
+            stream, payload, reinterpret_cast<void*>(static_cast<std::uintptr_t>(i)),
+            &buffer.hBuffer);
+        if (rc != 0) {
+            std::cout << "#### err = " << rc << std::endl;
+            if (i == 0) {
+                return -6;
+            }
+            break;  // acquisition runs with the buffers that exist
+        }
+        cti->DSQueueBuffer(stream, buffer.hBuffer);
+        m_buffers[buffer.hBuffer] = buffer;
+    }
+    if (cti->GCRegisterEvent(stream, GenTL::EVENT_NEW_BUFFER, &m_hNewBufferEvent) != 0) {
+        m_hNewBufferEvent = nullptr;
+        return -7;
+    }
+    if (cti->DSStartAcquisition(stream, GenTL::ACQ_START_FLAGS_DEFAULT, count) != 0) {
+        if (m_hNewBufferEvent != nullptr) {
+            cti->EventKill(m_hNewBufferEvent);
+        }
+        cti->GCUnregisterEvent(stream, GenTL::EVENT_NEW_BUFFER);
+        m_hNewBufferEvent = nullptr;
+        return -8;
+    }
+    // The stream runs before the device sends; the transport-layer parameters
+    // are locked just before the device starts.
+    try {
+        GenApi::CIntegerPtr locked = nodeMap->GetNode("TLParamsLocked");
+        if (locked.IsValid()) {
+            locked->SetValue(1, true);
+        }
+        GenApi::CCommandPtr start = nodeMap->GetNode("AcquisitionStart");
+        if (start.IsValid()) {
+            start->Execute(true);
+        }
+    } catch (...) {
+    }
+    return 0;
+}
+
+unsigned long long CCamera::GetPayloadSizeAction() {
+    std::int64_t size = 0;
+    try {
+        GenApi::INodeMap* remote = m_pRMPort ? m_pRMPort->GetNodeMap() : nullptr;
+        size = ReadInteger(remote, "PayloadSize");
+        if (m_pCameraInfo == nullptr || m_pCameraInfo->GetTLType() != TL_CXP) {
+            return size > 0 ? static_cast<unsigned long long>(size) : 0;
+        }
+        if (size == 0 && m_pDSPort) {
+            size = ReadInteger(m_pDSPort->GetNodeMap(), "PayloadSize");
+        }
+        if (size == 0 && remote != nullptr) {
+            GenApi::CIntegerPtr width = remote->GetNode("Width");
+            GenApi::CIntegerPtr height = remote->GetNode("Height");
+            GenApi::CEnumerationPtr format = remote->GetNode("PixelFormat");
+            if (width.IsValid() && height.IsValid() && format.IsValid()) {
+                std::uint64_t bits = 0;
+                std::uint64_t channels = 0;
+                std::uint64_t payload = 0;
+                m_imgTool.PayloadCalc(static_cast<std::uint64_t>(width->GetValue(true, true)),
+                                      static_cast<std::uint64_t>(height->GetValue(true, true)),
+                                      static_cast<std::uint64_t>(format->GetIntValue(true, true)),
+                                      bits, channels, payload);
+                size = static_cast<std::int64_t>(payload);
+            }
+        }
+    } catch (...) {
+    }
+    return size > 0 ? static_cast<unsigned long long>(size) : 0;
+}
+
+void CCamera::StopGrab() {
+    std::shared_ptr<CGrab> worker;
+    {
+        std::lock_guard<std::recursive_mutex> guard(m_lock);
+        worker = std::move(m_pGrab);
+    }
+    // The worker thread grabs through GrabImage2, which needs the camera lock.
+    if (worker) {
+        worker->Stop();
+        worker.reset();
+    }
+    std::unique_lock<std::recursive_mutex> guard(m_lock);
+    if (m_grabCount > 0) {
+        m_bStopping = true;
+        StopGrabAction();
+        --m_grabCount;
+        // A kill ends one wait; a grab that had not reached its wait when the
+        // kills went out is ended by a later one.
+        while (!m_grabDone.wait_for(guard, kStopRetry, [this] { return m_grabCount <= 0; })) {
+            KillWaits(1);
+        }
+        StopGrabRelease();
+        m_bStopping = false;
+    }
+}
+
+void CCamera::KillWaits(int count) {
+    CCti* cti = StreamCti();
+    if (cti == nullptr || m_hNewBufferEvent == nullptr) {
+        return;
+    }
+    for (int i = 0; i < count; ++i) {
+        cti->EventKill(m_hNewBufferEvent);
+    }
+}
+
+void CCamera::StopGrabAction() {
+    CCti* cti = StreamCti();
+    void* stream = StreamHandle();
+    GenApi::INodeMap* nodeMap = m_pRMPort ? m_pRMPort->GetNodeMap() : nullptr;
+    if (!m_pDevPort || cti == nullptr || stream == nullptr || nodeMap == nullptr) {
+        return;
+    }
+    // Waiting grabs return at once with GC_ERR_ABORT; every kill ends one wait.
+    KillWaits(m_grabCount > 1 ? m_grabCount - 1 : 1);
+    try {
+        GenApi::CCommandPtr stop = nodeMap->GetNode("AcquisitionStop");
+        if (GenApi::IsAvailable(stop)) {
+            stop->Execute(true);
+        }
+        GenApi::CIntegerPtr locked = nodeMap->GetNode("TLParamsLocked");
+        if (GenApi::IsAvailable(locked)) {
+            locked->SetValue(0, true);
+        }
+        // Stopped again once unlocked: some devices ignore the first stop while
+        // their transport-layer parameters are locked.
+        if (GenApi::IsAvailable(stop)) {
+            stop->Execute(true);
+        }
+    } catch (...) {
+    }
+    cti->DSStopAcquisition(stream, GenTL::ACQ_STOP_FLAGS_DEFAULT);
+}
+
+void CCamera::StopGrabRelease() {
+    CCti* cti = StreamCti();
+    void* stream = StreamHandle();
+    if (cti == nullptr || stream == nullptr) {
+        return;
+    }
+    cti->GCUnregisterEvent(stream, GenTL::EVENT_NEW_BUFFER);
+    m_hNewBufferEvent = nullptr;
+    cti->DSFlushQueue(stream, GenTL::ACQ_QUEUE_INPUT_TO_OUTPUT);
+    cti->DSFlushQueue(stream, GenTL::ACQ_QUEUE_OUTPUT_DISCARD);
+    ClearBufAction();
+}
+
+void CCamera::ClearBufAction() {
+    CCti* cti = StreamCti();
+    void* stream = StreamHandle();
+    if (cti != nullptr && stream != nullptr) {
+        for (const auto& entry : m_buffers) {
+            cti->DSRevokeBuffer(stream, entry.first, nullptr, nullptr);
+        }
+    }
+    m_buffers.clear();
+}
+
+int CCamera::GrabImage(IImage** image, unsigned long long timeout) {
+    if (image != nullptr) {
+        *image = nullptr;
+    }
+    std::shared_ptr<CGrab> worker;
+    {
+        std::lock_guard<std::recursive_mutex> guard(m_lock);
+        worker = m_pGrab;
+    }
+    return worker ? worker->GrabImage(image, timeout) : -1;
+}
+
+int CCamera::GrabImage2(IImage** image, unsigned long long timeout) {
+    if (image == nullptr) {
+        return -1;
+    }
+    *image = nullptr;
+    {
+        std::lock_guard<std::recursive_mutex> guard(m_lock);
+        if (m_grabCount <= 0 || m_bStopping) {
+            return -2;
+        }
+        ++m_grabCount;
+    }
+    const int result = GrabImageAction(image, timeout);
+    std::lock_guard<std::recursive_mutex> guard(m_lock);
+    if (--m_grabCount == 0) {
+        m_grabDone.notify_one();
+    }
+    return result;
+}
+
+int CCamera::GrabImageAction(IImage** image, unsigned long long timeout) {
+    CCti* cti = nullptr;
+    void* stream = nullptr;
+    void* event = nullptr;
+    std::uint64_t acquisition = 0;
+    bool bigEndian = true;
+    {
+        // The handles are read under the lock; the wait itself runs outside it.
+        std::lock_guard<std::recursive_mutex> guard(m_lock);
+        cti = StreamCti();
+        stream = StreamHandle();
+        event = m_hNewBufferEvent;
+        acquisition = m_acquisition;
+    }
+    if (cti == nullptr) {
+        return -3;
+    }
+    if (stream == nullptr) {
+        return -4;
+    }
+    if (event == nullptr) {
+        return -5;
+    }
+    GenTL::EVENT_NEW_BUFFER_DATA data{};
+    size_t size = sizeof data;
+    const int rc = cti->EventGetData(event, &data, &size, timeout);
+    if (rc != 0) {
+        return MapWaitError(rc);
+    }
+    bigEndian = IsPixelBigEndian();
+    auto* genImage = new CGenImage(this, acquisition);
+    *image = genImage;
+    const int status = genImage->SetBufAction(cti, stream, data.BufferHandle, bigEndian);
+    return status != 0 ? status - 20 : 0;
+}
+
+void CCamera::QueueBuf(void* buffer) {
+    std::lock_guard<std::recursive_mutex> guard(m_lock);
+    QueueBuf(buffer, m_acquisition);
+}
+
+void CCamera::QueueBuf(void* buffer, std::uint64_t acquisition) {
+    if (buffer == nullptr) {
+        return;
+    }
+    std::lock_guard<std::recursive_mutex> guard(m_lock);
+    if (m_grabCount <= 0 || acquisition != m_acquisition ||
+        m_buffers.find(buffer) == m_buffers.end()) {
+        return;  // revoked by a stop
+    }
+    if (CCti* cti = StreamCti(); cti != nullptr && StreamHandle() != nullptr) {
+        cti->DSQueueBuffer(StreamHandle(), buffer);
+    }
+}
+
+char* CCamera::ConvertImage(char* buffer, std::uint64_t width, std::uint64_t height,
+                            std::uint64_t pixelFormat, bool bigEndian) {
+    std::lock_guard<std::recursive_mutex> guard(m_lock);
+    return m_imgTool.TransImage(buffer, width, height, pixelFormat, bigEndian, true);
+}
+
+}  // namespace VEXOGENICAM

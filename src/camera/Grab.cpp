@@ -1,0 +1,123 @@
+#include "camera/Grab.h"
+
+#include <chrono>
+
+#include "SimpleLog.h"
+#include "camera/Camera.h"
+
+namespace VEXOGENICAM {
+
+namespace {
+constexpr unsigned long long kWorkerWaitMs = 100;
+constexpr auto kPollPeriod = std::chrono::milliseconds(100);
+// GrabImage2 answers "not grabbing" at once; the worker must not spin on it
+// between a stop and its own end.
+constexpr auto kIdlePause = std::chrono::milliseconds(5);
+constexpr int kAborted = -12;
+constexpr int kTimeout = -11;
+}  // namespace
+
+CGrab::CGrab(CCamera* camera, GRAB_STRATEGY strategy) : m_pCamera(camera), m_strategy(strategy) {
+    if (strategy == GRAB_STRATEGY_LATEST_IMAGE || strategy == GRAB_STRATEGY_UPCOMING_IMAGE) {
+        m_worker = std::thread([this] { Grabbing(); });
+    }
+}
+
+CGrab::~CGrab() {
+    Stop();
+}
+
+void CGrab::Stop() {
+    {
+        std::lock_guard<std::mutex> guard(m_lock);
+        m_stop = true;
+    }
+    m_stopSignal.notify_all();
+    {
+        std::lock_guard<std::mutex> join(m_joinLock);
+        if (m_worker.joinable()) {
+            m_worker.join();
+        }
+    }
+    // Released outside our lock: giving the image back takes the camera's lock.
+    if (IImage* held = TakeLatest()) {
+        held->Release();
+    }
+}
+
+IImage* CGrab::TakeLatest() {
+    std::lock_guard<std::mutex> guard(m_lock);
+    IImage* image = m_pLatest;
+    m_pLatest = nullptr;
+    return image;
+}
+
+void CGrab::Grabbing() {
+    while (!m_stop) {
+        IImage* image = nullptr;
+        const int rc = m_pCamera->GrabImage2(&image, kWorkerWaitMs);
+        if (rc == 0 && image != nullptr) {
+            IImage* replaced = nullptr;
+            {
+                std::lock_guard<std::mutex> guard(m_lock);
+                replaced = m_pLatest;
+                m_pLatest = image;
+            }
+            if (replaced != nullptr) {
+                replaced->Release();
+            }
+            continue;
+        }
+        if (image != nullptr) {
+            image->Release();  // a faulty buffer is recycled, not kept
+        }
+        if (rc == -2) {
+            std::this_thread::sleep_for(kIdlePause);
+        }
+    }
+}
+
+int CGrab::GrabImage(IImage** image, unsigned long long timeout) {
+    if (image == nullptr) {
+        return -1;
+    }
+    switch (m_strategy) {
+        case GRAB_STRATEGY_UPCOMING_IMAGE:
+            return GrabUpCommingImage(image, timeout);
+        case GRAB_STRATEGY_LATEST_IMAGE:
+            return GrabLastImage(image, timeout);
+        default:
+            return m_pCamera->GrabImage2(image, timeout);
+    }
+}
+
+int CGrab::GrabLastImage(IImage** image, unsigned long long timeout) {
+    if (image == nullptr) {
+        return -1;
+    }
+    *image = nullptr;
+    const unsigned long long start = GetTickCount64();
+    for (;;) {
+        if (IImage* taken = TakeLatest()) {
+            *image = taken;
+            return 0;
+        }
+        if (m_stop) {
+            return kAborted;
+        }
+        if (GetTickCount64() - start >= timeout) {
+            return kTimeout;
+        }
+        std::unique_lock<std::mutex> guard(m_lock);
+        m_stopSignal.wait_for(guard, kPollPeriod, [this] { return m_stop.load(); });
+    }
+}
+
+int CGrab::GrabUpCommingImage(IImage** image, unsigned long long timeout) {
+    if (IImage* stale = TakeLatest()) {
+        stale->Release();
+    }
+    return GrabLastImage(image, timeout);
+}
+
+}  // namespace VEXOGENICAM

@@ -1,0 +1,79 @@
+#include "camera/Notify.h"
+
+#include <chrono>
+
+#include "Cti.h"
+
+namespace VEXOGENICAM {
+
+namespace {
+// A producer that keeps failing the wait (a dropped device) must not make the
+// delivery thread spin.
+constexpr auto kRetryPause = std::chrono::milliseconds(20);
+}  // namespace
+
+CNotify::CNotify(CCti* producer, void* module, int type, INotify* notify, NOTIFY_SRC source)
+    : m_pCti(producer),
+      m_hModule(module),
+      m_type(type),
+      m_pNotify(notify),
+      m_data(new unsigned char[kDataSize]()),
+      m_source(source) {}
+
+CNotify::~CNotify() {
+    if (m_bStarted) {
+        Stop();
+    }
+}
+
+int CNotify::Start() {
+    if (m_pCti == nullptr || m_hModule == nullptr || m_pNotify == nullptr) {
+        return -2;
+    }
+    if (m_bStarted) {
+        return -3;
+    }
+    if (m_pCti->GCRegisterEvent(m_hModule, m_type, &m_hEvent) != GenTL::GC_ERR_SUCCESS) {
+        m_hEvent = nullptr;
+        return -4;
+    }
+    m_bStarted = true;
+    m_stopping = false;
+    m_delivery = std::thread([this] { Deliver(); });
+    return 0;
+}
+
+void CNotify::Stop() {
+    if (!m_bStarted) {
+        delete this;
+        return;
+    }
+    m_bStarted = false;
+    m_stopping = true;
+    // The producer counts a kill that arrives between two waits, so the
+    // delivery thread cannot miss it.
+    m_pCti->EventKill(m_hEvent);
+    if (m_delivery.joinable()) {
+        m_delivery.join();
+    }
+    m_pCti->GCUnregisterEvent(m_hModule, m_type);
+    m_hEvent = nullptr;
+}
+
+void CNotify::Deliver() {
+    while (!m_stopping) {
+        size_t size = kDataSize;
+        const int rc = m_pCti->EventGetData(m_hEvent, m_data.get(), &size, GENTL_INFINITE);
+        if (m_stopping || rc == GenTL::GC_ERR_ABORT) {
+            return;
+        }
+        if (rc == GenTL::GC_ERR_SUCCESS) {
+            m_pNotify->OnNotify(m_source, static_cast<NOTIFY_TYPE>(m_type), m_data.get(),
+                                size <= kDataSize ? size : kDataSize);
+        } else if (rc != GenTL::GC_ERR_TIMEOUT) {
+            std::this_thread::sleep_for(kRetryPause);
+        }
+    }
+}
+
+}  // namespace VEXOGENICAM
