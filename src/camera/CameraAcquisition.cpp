@@ -208,6 +208,12 @@ void CCamera::StopGrab() {
         worker.reset();
     }
     std::unique_lock<std::recursive_mutex> guard(m_lock);
+    if (m_bStopping) {
+        // Another thread is stopping this acquisition: it owns the count and
+        // the buffers until it is done, so wait for it instead of stopping twice.
+        m_grabDone.wait(guard, [this] { return !m_bStopping; });
+        return;
+    }
     if (m_grabCount > 0) {
         m_bStopping = true;
         StopGrabAction();
@@ -219,6 +225,7 @@ void CCamera::StopGrab() {
         }
         StopGrabRelease();
         m_bStopping = false;
+        m_grabDone.notify_all();
     }
 }
 
