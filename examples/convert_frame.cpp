@@ -25,14 +25,14 @@ int main(int argc, char** argv) {
     CImgTool tool(false);  // reuse mode: the result lives in the tool
     std::uint64_t bits = 0, channels = 0, payload = 0;
     tool.PayloadCalc(width, height, VEXOGENICAM::PF_BayerRG8, bits, channels, payload);
-    const char* bgr = tool.TransImage(mosaic.data(), width, height, VEXOGENICAM::PF_BayerRG8,
-                                      false, true);
+    const char* bgr =
+        tool.TransImage(mosaic.data(), width, height, VEXOGENICAM::PF_BayerRG8, false, true);
     if (bgr == nullptr) {
         std::fprintf(stderr, "conversion failed\n");
         return 1;
     }
-    std::printf("BayerRG8 %lux%lu: %lu raw bytes -> %lu channel(s) of %lu bits\n", width,
-                height, payload, channels, bits);
+    std::printf("BayerRG8 %lux%lu: %lu raw bytes -> %lu channel(s) of %lu bits\n", width, height,
+                payload, channels, bits);
 
     const char* path = argc > 1 ? argv[1] : "convert_frame.ppm";
     FILE* out = std::fopen(path, "wb");

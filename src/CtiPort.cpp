@@ -30,7 +30,9 @@ CCtiPort::CCtiPort(VEXOGENICAM::CCti* pCti, void* hPort)
 
 CCtiPort::~CCtiPort() = default;
 
-GenApi::EAccessMode CCtiPort::GetAccessMode() const { return GenApi::RW; }
+GenApi::EAccessMode CCtiPort::GetAccessMode() const {
+    return GenApi::RW;
+}
 
 void CCtiPort::Read(void* pBuffer, int64_t Address, int64_t Length) {
     if (m_pCti == nullptr || m_hPort == nullptr) {

@@ -120,7 +120,8 @@ std::list<ICameraInfo*> CCtiManager::DiscoveryCamerasAction(std::vector<CCti*>& 
     std::vector<std::thread> threads;
     threads.reserve(producers.size());
     for (size_t i = 0; i < producers.size(); ++i) {
-        threads.emplace_back([&producers, &lists, i] { producers[i]->DiscoveryDevices(&lists[i]); });
+        threads.emplace_back(
+            [&producers, &lists, i] { producers[i]->DiscoveryDevices(&lists[i]); });
     }
     for (size_t i = 0; i < producers.size(); ++i) {
         if (threads[i].joinable()) {

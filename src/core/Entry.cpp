@@ -51,10 +51,16 @@ ICamera* CreateCameraBySN(const char* serialNumber) {
     return g_pCtiManager->CreateCamera(std::string(serialNumber));
 }
 
-std::list<std::string> GetCLProtocols() { return {}; }
+std::list<std::string> GetCLProtocols() {
+    return {};
+}
 
-std::list<std::string> GetCLSerials() { return {}; }
+std::list<std::string> GetCLSerials() {
+    return {};
+}
 
-ICamera* CreateCameraWithCLCamOnly() { return nullptr; }
+ICamera* CreateCameraWithCLCamOnly() {
+    return nullptr;
+}
 
 }  // namespace VEXOGENICAM

@@ -22,7 +22,7 @@ int Call(Fn fn, Args... args) {
 }
 
 // Transport-layer names in lookup order and the bit of each.
-constexpr std::array<const char*, 9> TLTypeNames = {"GEV", "CL",   "IIDC",     "UVC", "CXP",
+constexpr std::array<const char*, 9> TLTypeNames = {"GEV",  "CL",  "IIDC",     "UVC", "CXP",
                                                     "CLHS", "U3V", "Ethernet", "PCI"};
 constexpr std::array<TL_TYPE, 9> TLTypes = {TL_GEV,  TL_CL,  TL_IIDC,     TL_UVC, TL_CXP,
                                             TL_CLHS, TL_U3V, TL_ETHERNET, TL_PCI};
@@ -56,7 +56,9 @@ CCti::~CCti() {
     }
 }
 
-void* CCti::LoadLib(const char* path) { return dlopen(path, RTLD_LAZY); }
+void* CCti::LoadLib(const char* path) {
+    return dlopen(path, RTLD_LAZY);
+}
 
 void CCti::FreeLib(void* handle) {
     if (handle != nullptr) {
@@ -77,10 +79,10 @@ bool CCti::Load() {
     if (m_hLib == nullptr) {
         return false;
     }
-#define LUMO_BIND_ENTRY_POINT(name, required)                                            \
-    m_p##name = reinterpret_cast<GenTL::P##name>(GetFunction(m_hLib, #name));            \
-    if ((required) && m_p##name == nullptr) {                                            \
-        return false;                                                                    \
+#define LUMO_BIND_ENTRY_POINT(name, required)                                 \
+    m_p##name = reinterpret_cast<GenTL::P##name>(GetFunction(m_hLib, #name)); \
+    if ((required) && m_p##name == nullptr) {                                 \
+        return false;                                                         \
     }
     LUMO_GENTL_ENTRY_POINTS(LUMO_BIND_ENTRY_POINT)
 #undef LUMO_BIND_ENTRY_POINT
@@ -169,8 +171,12 @@ int CCti::GCGetInfo(int cmd, int* type, void* buffer, size_t* size) {
 int CCti::GCGetLastError(int* errorCode, char* text, size_t* size) {
     return Call(m_pGCGetLastError, errorCode, text, size);
 }
-int CCti::GCInitLib() { return Call(m_pGCInitLib); }
-int CCti::GCCloseLib() { return Call(m_pGCCloseLib); }
+int CCti::GCInitLib() {
+    return Call(m_pGCInitLib);
+}
+int CCti::GCCloseLib() {
+    return Call(m_pGCCloseLib);
+}
 int CCti::GCReadPort(void* port, uint64_t address, void* buffer, size_t* size) {
     return Call(m_pGCReadPort, port, address, buffer, size);
 }
@@ -199,10 +205,18 @@ int CCti::EventGetDataInfo(void* event, const void* inBuffer, size_t inSize, int
 int CCti::EventGetInfo(void* event, int cmd, int* type, void* buffer, size_t* size) {
     return Call(m_pEventGetInfo, event, cmd, type, buffer, size);
 }
-int CCti::EventFlush(void* event) { return Call(m_pEventFlush, event); }
-int CCti::EventKill(void* event) { return Call(m_pEventKill, event); }
-int CCti::TLOpen(void** system) { return Call(m_pTLOpen, system); }
-int CCti::TLClose(void* system) { return Call(m_pTLClose, system); }
+int CCti::EventFlush(void* event) {
+    return Call(m_pEventFlush, event);
+}
+int CCti::EventKill(void* event) {
+    return Call(m_pEventKill, event);
+}
+int CCti::TLOpen(void** system) {
+    return Call(m_pTLOpen, system);
+}
+int CCti::TLClose(void* system) {
+    return Call(m_pTLClose, system);
+}
 int CCti::TLGetInfo(void* system, int cmd, int* type, void* buffer, size_t* size) {
     return Call(m_pTLGetInfo, system, cmd, type, buffer, size);
 }
@@ -222,7 +236,9 @@ int CCti::TLOpenInterface(void* system, const char* interfaceId, void** iface) {
 int CCti::TLUpdateInterfaceList(void* system, bool* changed, uint64_t timeout) {
     return Call(m_pTLUpdateInterfaceList, system, changed, timeout);
 }
-int CCti::IFClose(void* iface) { return Call(m_pIFClose, iface); }
+int CCti::IFClose(void* iface) {
+    return Call(m_pIFClose, iface);
+}
 int CCti::IFGetInfo(void* iface, int cmd, int* type, void* buffer, size_t* size) {
     return Call(m_pIFGetInfo, iface, cmd, type, buffer, size);
 }
@@ -257,7 +273,9 @@ int CCti::DevOpenDataStream(void* device, const char* streamId, void** stream) {
 int CCti::DevGetInfo(void* device, int cmd, int* type, void* buffer, size_t* size) {
     return Call(m_pDevGetInfo, device, cmd, type, buffer, size);
 }
-int CCti::DevClose(void* device) { return Call(m_pDevClose, device); }
+int CCti::DevClose(void* device) {
+    return Call(m_pDevClose, device);
+}
 int CCti::DSAnnounceBuffer(void* stream, void* buffer, size_t size, void* priv, void** handle) {
     return Call(m_pDSAnnounceBuffer, stream, buffer, size, priv, handle);
 }
@@ -279,7 +297,9 @@ int CCti::DSGetInfo(void* stream, int cmd, int* type, void* buffer, size_t* size
 int CCti::DSGetBufferID(void* stream, uint32_t index, void** handle) {
     return Call(m_pDSGetBufferID, stream, index, handle);
 }
-int CCti::DSClose(void* stream) { return Call(m_pDSClose, stream); }
+int CCti::DSClose(void* stream) {
+    return Call(m_pDSClose, stream);
+}
 int CCti::DSRevokeBuffer(void* stream, void* handle, void** buffer, void** priv) {
     return Call(m_pDSRevokeBuffer, stream, handle, buffer, priv);
 }

@@ -96,12 +96,9 @@ void CCti::SetCameraInfo(CCameraInfo* info, const char* deviceId) {
         const struct {
             int cmd;
             EX_INFOID key;
-        } addresses[] = {{kGevIp, EX_INFO_IP},
-                         {1102, EX_INFO_NET_ADDR_3},
-                         {1103, EX_INFO_NET_ADDR_4},
-                         {kGevText, EX_INFO_NET_TEXT_5},
-                         {1105, EX_INFO_NET_ADDR_6},
-                         {1106, EX_INFO_NET_ADDR_7}};
+        } addresses[] = {{kGevIp, EX_INFO_IP},       {1102, EX_INFO_NET_ADDR_3},
+                         {1103, EX_INFO_NET_ADDR_4}, {kGevText, EX_INFO_NET_TEXT_5},
+                         {1105, EX_INFO_NET_ADDR_6}, {1106, EX_INFO_NET_ADDR_7}};
         for (const auto& a : addresses) {
             if (!query(a.cmd)) {
                 continue;

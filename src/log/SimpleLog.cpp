@@ -62,7 +62,9 @@ void SimpleLog(const char* /*text*/, unsigned long long a) {
     SimpleLog(line);
 }
 
-void SimpleLog(const char*, unsigned long long, unsigned long long) { LogEmptyLine(); }
+void SimpleLog(const char*, unsigned long long, unsigned long long) {
+    LogEmptyLine();
+}
 
 void SimpleLog(const char*, unsigned long long, unsigned long long, unsigned long long) {
     LogEmptyLine();

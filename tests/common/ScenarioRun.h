@@ -33,7 +33,9 @@
 
 namespace lumo_test {
 
-inline std::filesystem::path LibDir() { return LUMO_LIB_DIR; }
+inline std::filesystem::path LibDir() {
+    return LUMO_LIB_DIR;
+}
 // The simulated producer beside the library, or one of its test variants.
 inline std::filesystem::path SimCti(const std::string& name = "LumoSim.cti") {
     return name == "LumoSim.cti" ? LibDir() / name : LibDir() / "variants" / name;
@@ -45,7 +47,9 @@ public:
     void AddLibrary() { Copy(LibDir() / "libLumoGenICam.so.0"); }
 };
 
-inline bool InScenarioChild() { return std::getenv("LUMO_SCENARIO_DIR") != nullptr; }
+inline bool InScenarioChild() {
+    return std::getenv("LUMO_SCENARIO_DIR") != nullptr;
+}
 
 inline std::filesystem::path ScenarioPath() {
     const char* dir = std::getenv("LUMO_SCENARIO_DIR");
@@ -107,4 +111,3 @@ inline std::filesystem::path LoadedLibraryDir(const void* symbol) {
 }
 
 }  // namespace lumo_test
-

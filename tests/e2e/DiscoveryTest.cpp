@@ -306,7 +306,7 @@ TEST(DiscoveryTest, UnknownSerialTriggersExactlyOneFullDiscovery) {
     EXPECT_EQ(CreateCameraBySN("S1"), camera);
     EXPECT_STREQ(camera->GetCameraInfo()->GetSN(), "S1");
     camera->Release();
-    EXPECT_EQ(CreateCameraBySN(""), nullptr);  // empty: no look-up at all
+    EXPECT_EQ(CreateCameraBySN(""), nullptr);         // empty: no look-up at all
     EXPECT_EQ(CreateCameraBySN("UNKNOWN"), nullptr);  // update 2
     infos = Discovery(nullptr);                       // update 3 fails
     EXPECT_TRUE(infos.empty());

@@ -164,9 +164,9 @@ TEST(CCtiTest, SecondInitRebuildsThePorts) {
     int type = 0;
     char name[64] = {};
     size_t size = sizeof name;
-    EXPECT_EQ(cti.IFGetInfo(cti.GetPortIF()->GetPort(), GenTL::INTERFACE_INFO_TLTYPE, &type, name,
-                            &size),
-              0);
+    EXPECT_EQ(
+        cti.IFGetInfo(cti.GetPortIF()->GetPort(), GenTL::INTERFACE_INFO_TLTYPE, &type, name, &size),
+        0);
 }
 
 TEST(CCtiTest, TransportLayerNamesMapToTheirBits) {
