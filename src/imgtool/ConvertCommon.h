@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "PixelFormats.h"
+
 namespace imgtool {
 
 // W * H, refusing frames whose three-channel result would not fit in memory.
@@ -137,5 +139,86 @@ void Unpack565(const unsigned char* src, unsigned char* dst, std::uint64_t pixel
                bool lowFieldFirst);
 // Complete groups of a p format (bits 10/12/14) or of the two-in-three packing (bits 0).
 void UnpackGroups(const unsigned char* src, unsigned char* dst, std::uint64_t groups, int bits);
+
+// The 8-bit Bayer code that carries the colour order of a deeper Bayer format.
+inline std::uint64_t BayerPatternOf(std::uint64_t pf) {
+    switch (pf) {
+        case VEXOGENICAM::PF_BayerGR10p:
+        case VEXOGENICAM::PF_BayerGR12p:
+        case VEXOGENICAM::PF_BayerGR14p:
+        case VEXOGENICAM::PF_BayerGR10Packed:
+        case VEXOGENICAM::PF_BayerGR12Packed:
+        case VEXOGENICAM::PF_BayerGR10:
+        case VEXOGENICAM::PF_BayerGR12:
+        case VEXOGENICAM::PF_BayerGR14:
+        case VEXOGENICAM::PF_BayerGR16:
+            return VEXOGENICAM::PF_BayerGR8;
+        case VEXOGENICAM::PF_BayerRG10p:
+        case VEXOGENICAM::PF_BayerRG12p:
+        case VEXOGENICAM::PF_BayerRG14p:
+        case VEXOGENICAM::PF_BayerRG10Packed:
+        case VEXOGENICAM::PF_BayerRG12Packed:
+        case VEXOGENICAM::PF_BayerRG10:
+        case VEXOGENICAM::PF_BayerRG12:
+        case VEXOGENICAM::PF_BayerRG14:
+        case VEXOGENICAM::PF_BayerRG16:
+            return VEXOGENICAM::PF_BayerRG8;
+        case VEXOGENICAM::PF_BayerGB10p:
+        case VEXOGENICAM::PF_BayerGB12p:
+        case VEXOGENICAM::PF_BayerGB14p:
+        case VEXOGENICAM::PF_BayerGB10Packed:
+        case VEXOGENICAM::PF_BayerGB12Packed:
+        case VEXOGENICAM::PF_BayerGB10:
+        case VEXOGENICAM::PF_BayerGB12:
+        case VEXOGENICAM::PF_BayerGB14:
+        case VEXOGENICAM::PF_BayerGB16:
+            return VEXOGENICAM::PF_BayerGB8;
+        default:
+            return VEXOGENICAM::PF_BayerBG8;
+    }
+}
+
+// Bits per sample that the reduction routines take for a deep mono or Bayer
+// format; the two-byte and Packed codes do not carry it in their wire size.
+inline int SampleBitsOf(std::uint64_t pf) {
+    switch (pf) {
+        case VEXOGENICAM::PF_Mono10:
+        case VEXOGENICAM::PF_BayerGR10:
+        case VEXOGENICAM::PF_BayerRG10:
+        case VEXOGENICAM::PF_BayerGB10:
+        case VEXOGENICAM::PF_BayerBG10:
+        case VEXOGENICAM::PF_Mono10Packed:
+        case VEXOGENICAM::PF_BayerGR10Packed:
+        case VEXOGENICAM::PF_BayerRG10Packed:
+        case VEXOGENICAM::PF_BayerGB10Packed:
+        case VEXOGENICAM::PF_BayerBG10Packed:
+            return 10;
+        case VEXOGENICAM::PF_Mono12:
+        case VEXOGENICAM::PF_BayerGR12:
+        case VEXOGENICAM::PF_BayerRG12:
+        case VEXOGENICAM::PF_BayerGB12:
+        case VEXOGENICAM::PF_BayerBG12:
+        case VEXOGENICAM::PF_Mono12Packed:
+        case VEXOGENICAM::PF_BayerGR12Packed:
+        case VEXOGENICAM::PF_BayerRG12Packed:
+        case VEXOGENICAM::PF_BayerGB12Packed:
+        case VEXOGENICAM::PF_BayerBG12Packed:
+            return 12;
+        case VEXOGENICAM::PF_Mono14:
+        case VEXOGENICAM::PF_BayerGR14:
+        case VEXOGENICAM::PF_BayerRG14:
+        case VEXOGENICAM::PF_BayerGB14:
+        case VEXOGENICAM::PF_BayerBG14:
+            return 14;
+        case VEXOGENICAM::PF_Mono16:
+        case VEXOGENICAM::PF_BayerGR16:
+        case VEXOGENICAM::PF_BayerRG16:
+        case VEXOGENICAM::PF_BayerGB16:
+        case VEXOGENICAM::PF_BayerBG16:
+            return 16;
+        default:
+            return static_cast<int>((pf >> 16) & 0xFF);
+    }
+}
 
 }  // namespace imgtool

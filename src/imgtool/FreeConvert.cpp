@@ -225,88 +225,6 @@ char* TransYCbCr709_8_CbYCr(char* b, std::uint64_t w, std::uint64_t h, std::uint
     return ConvertYuv(b, w, h, pf, imgtool::kCbYCr);
 }
 
-namespace {
-
-std::uint64_t PatternOf(std::uint64_t pf) {
-    switch (pf) {
-        case PF_BayerGR10p:
-        case PF_BayerGR12p:
-        case PF_BayerGR14p:
-        case PF_BayerGR10Packed:
-        case PF_BayerGR12Packed:
-        case PF_BayerGR10:
-        case PF_BayerGR12:
-        case PF_BayerGR14:
-        case PF_BayerGR16:
-            return PF_BayerGR8;
-        case PF_BayerRG10p:
-        case PF_BayerRG12p:
-        case PF_BayerRG14p:
-        case PF_BayerRG10Packed:
-        case PF_BayerRG12Packed:
-        case PF_BayerRG10:
-        case PF_BayerRG12:
-        case PF_BayerRG14:
-        case PF_BayerRG16:
-            return PF_BayerRG8;
-        case PF_BayerGB10p:
-        case PF_BayerGB12p:
-        case PF_BayerGB14p:
-        case PF_BayerGB10Packed:
-        case PF_BayerGB12Packed:
-        case PF_BayerGB10:
-        case PF_BayerGB12:
-        case PF_BayerGB14:
-        case PF_BayerGB16:
-            return PF_BayerGB8;
-        default:
-            return PF_BayerBG8;
-    }
-}
-
-int DepthOf(std::uint64_t pf) {
-    switch (pf) {
-        case PF_Mono10:
-        case PF_BayerGR10:
-        case PF_BayerRG10:
-        case PF_BayerGB10:
-        case PF_BayerBG10:
-        case PF_Mono10Packed:
-        case PF_BayerGR10Packed:
-        case PF_BayerRG10Packed:
-        case PF_BayerGB10Packed:
-        case PF_BayerBG10Packed:
-            return 10;
-        case PF_Mono12:
-        case PF_BayerGR12:
-        case PF_BayerRG12:
-        case PF_BayerGB12:
-        case PF_BayerBG12:
-        case PF_Mono12Packed:
-        case PF_BayerGR12Packed:
-        case PF_BayerRG12Packed:
-        case PF_BayerGB12Packed:
-        case PF_BayerBG12Packed:
-            return 12;
-        case PF_Mono14:
-        case PF_BayerGR14:
-        case PF_BayerRG14:
-        case PF_BayerGB14:
-        case PF_BayerBG14:
-            return 14;
-        case PF_Mono16:
-        case PF_BayerGR16:
-        case PF_BayerRG16:
-        case PF_BayerGB16:
-        case PF_BayerBG16:
-            return 16;
-        default:
-            return static_cast<int>((pf >> 16) & 0xFF);
-    }
-}
-
-}  // namespace
-
 char* TransImage(char* buffer, std::uint64_t w, std::uint64_t h, std::uint64_t pf,
                  bool nativeOrder) {
     switch (pf) {
@@ -323,7 +241,7 @@ char* TransImage(char* buffer, std::uint64_t w, std::uint64_t h, std::uint64_t p
         case PF_Mono10p:
         case PF_Mono12p:
         case PF_Mono14p:
-            return TransMonoP(buffer, w, h, DepthOf(pf));
+            return TransMonoP(buffer, w, h, imgtool::SampleBitsOf(pf));
         case PF_BayerBG10p:
         case PF_BayerGB10p:
         case PF_BayerGR10p:
@@ -336,10 +254,11 @@ char* TransImage(char* buffer, std::uint64_t w, std::uint64_t h, std::uint64_t p
         case PF_BayerRG14p:
         case PF_BayerGB14p:
         case PF_BayerBG14p:
-            return TransBayerP(buffer, w, h, PatternOf(pf), DepthOf(pf));
+            return TransBayerP(buffer, w, h, imgtool::BayerPatternOf(pf),
+                               imgtool::SampleBitsOf(pf));
         case PF_Mono10Packed:
         case PF_Mono12Packed:
-            return TransPackedMono(buffer, w, h, DepthOf(pf));
+            return TransPackedMono(buffer, w, h, imgtool::SampleBitsOf(pf));
         case PF_BayerGR10Packed:
         case PF_BayerRG10Packed:
         case PF_BayerGB10Packed:
@@ -348,11 +267,12 @@ char* TransImage(char* buffer, std::uint64_t w, std::uint64_t h, std::uint64_t p
         case PF_BayerRG12Packed:
         case PF_BayerGB12Packed:
         case PF_BayerBG12Packed:
-            return TransPackedBayer(buffer, w, h, PatternOf(pf), DepthOf(pf));
+            return TransPackedBayer(buffer, w, h, imgtool::BayerPatternOf(pf),
+                                    imgtool::SampleBitsOf(pf));
         case PF_Mono10:
         case PF_Mono12:
         case PF_Mono14:
-            return TransDualMono(buffer, w, h, DepthOf(pf), true);
+            return TransDualMono(buffer, w, h, imgtool::SampleBitsOf(pf), true);
         case PF_Mono16:
             return TransDualMono(buffer, w, h, 16, nativeOrder);
         case PF_BayerGR10:
@@ -371,7 +291,8 @@ char* TransImage(char* buffer, std::uint64_t w, std::uint64_t h, std::uint64_t p
         case PF_BayerRG16:
         case PF_BayerGB16:
         case PF_BayerBG16:
-            return TransDualBayer(buffer, w, h, PatternOf(pf), DepthOf(pf));
+            return TransDualBayer(buffer, w, h, imgtool::BayerPatternOf(pf),
+                                  imgtool::SampleBitsOf(pf));
         case PF_YUV411_8_UYYVYY:
             return TransYUV411_8_UYYVYY(buffer, w, h, pf);
         case PF_YUV422_8_UYVY:

@@ -40,83 +40,6 @@ char* KeptOrNew(bool allocateEachTime, std::unique_ptr<char[]>& kept, std::uint6
     return kept.get();
 }
 
-std::uint64_t BayerPattern(std::uint64_t pf) {
-    switch (pf) {
-        case PF_BayerGR10p:
-        case PF_BayerGR12p:
-        case PF_BayerGR14p:
-        case PF_BayerGR10Packed:
-        case PF_BayerGR12Packed:
-        case PF_BayerGR10:
-        case PF_BayerGR12:
-        case PF_BayerGR14:
-        case PF_BayerGR16:
-            return PF_BayerGR8;
-        case PF_BayerRG10p:
-        case PF_BayerRG12p:
-        case PF_BayerRG14p:
-        case PF_BayerRG10Packed:
-        case PF_BayerRG12Packed:
-        case PF_BayerRG10:
-        case PF_BayerRG12:
-        case PF_BayerRG14:
-        case PF_BayerRG16:
-            return PF_BayerRG8;
-        case PF_BayerGB10p:
-        case PF_BayerGB12p:
-        case PF_BayerGB14p:
-        case PF_BayerGB10Packed:
-        case PF_BayerGB12Packed:
-        case PF_BayerGB10:
-        case PF_BayerGB12:
-        case PF_BayerGB14:
-        case PF_BayerGB16:
-            return PF_BayerGB8;
-        default:
-            return PF_BayerBG8;
-    }
-}
-
-int DepthOf(std::uint64_t pf) {
-    switch (pf) {
-        case PF_Mono10p:
-        case PF_BayerBG10p:
-        case PF_BayerGB10p:
-        case PF_BayerGR10p:
-        case PF_BayerRG10p:
-        case PF_Mono10Packed:
-        case PF_Mono10:
-        case PF_BayerGR10Packed:
-        case PF_BayerRG10Packed:
-        case PF_BayerGB10Packed:
-        case PF_BayerBG10Packed:
-        case PF_BayerGR10:
-        case PF_BayerRG10:
-        case PF_BayerGB10:
-        case PF_BayerBG10:
-            return 10;
-        case PF_Mono14p:
-        case PF_BayerGR14p:
-        case PF_BayerRG14p:
-        case PF_BayerGB14p:
-        case PF_BayerBG14p:
-        case PF_Mono14:
-        case PF_BayerGR14:
-        case PF_BayerRG14:
-        case PF_BayerGB14:
-        case PF_BayerBG14:
-            return 14;
-        case PF_Mono16:
-        case PF_BayerGR16:
-        case PF_BayerRG16:
-        case PF_BayerGB16:
-        case PF_BayerBG16:
-            return 16;
-        default:
-            return 12;
-    }
-}
-
 }  // namespace
 
 CImgTool::CImgTool(bool allocateEachTime) : m_allocateEachTime(allocateEachTime) {}
@@ -167,7 +90,7 @@ char* CImgTool::TransImage(char* buffer, std::uint64_t width, std::uint64_t heig
             case PF_Mono10p:
             case PF_Mono12p:
             case PF_Mono14p:
-                return TransMonoP(buffer, width, height, DepthOf(pf));
+                return TransMonoP(buffer, width, height, imgtool::SampleBitsOf(pf));
             case PF_BayerBG10p:
             case PF_BayerGB10p:
             case PF_BayerGR10p:
@@ -180,10 +103,11 @@ char* CImgTool::TransImage(char* buffer, std::uint64_t width, std::uint64_t heig
             case PF_BayerRG14p:
             case PF_BayerGB14p:
             case PF_BayerBG14p:
-                return TransBayerP(BayerPattern(pf), buffer, width, height, DepthOf(pf));
+                return TransBayerP(imgtool::BayerPatternOf(pf), buffer, width, height,
+                                   imgtool::SampleBitsOf(pf));
             case PF_Mono10Packed:
             case PF_Mono12Packed:
-                return TransPacked(buffer, width, height, DepthOf(pf));
+                return TransPacked(buffer, width, height, imgtool::SampleBitsOf(pf));
             case PF_BayerGR10Packed:
             case PF_BayerRG10Packed:
             case PF_BayerGB10Packed:
@@ -192,12 +116,13 @@ char* CImgTool::TransImage(char* buffer, std::uint64_t width, std::uint64_t heig
             case PF_BayerRG12Packed:
             case PF_BayerGB12Packed:
             case PF_BayerBG12Packed:
-                return TransPackedBayer(BayerPattern(pf), buffer, width, height, DepthOf(pf));
+                return TransPackedBayer(imgtool::BayerPatternOf(pf), buffer, width, height,
+                                        imgtool::SampleBitsOf(pf));
             case PF_Mono10:
             case PF_Mono12:
             case PF_Mono14:
             case PF_Mono16:
-                return TransDual(buffer, width, height, DepthOf(pf), nativeOrder);
+                return TransDual(buffer, width, height, imgtool::SampleBitsOf(pf), nativeOrder);
             case PF_BayerGR10:
             case PF_BayerRG10:
             case PF_BayerGB10:
@@ -214,7 +139,8 @@ char* CImgTool::TransImage(char* buffer, std::uint64_t width, std::uint64_t heig
             case PF_BayerRG16:
             case PF_BayerGB16:
             case PF_BayerBG16:
-                return TransDualBayer(BayerPattern(pf), buffer, width, height, DepthOf(pf));
+                return TransDualBayer(imgtool::BayerPatternOf(pf), buffer, width, height,
+                                      imgtool::SampleBitsOf(pf));
             case PF_YUV411_8_UYYVYY:
                 return TransYUV411_8_UYYVYY(buffer, width, height);
             case PF_YUV422_8_UYVY:
