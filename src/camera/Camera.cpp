@@ -17,7 +17,14 @@ constexpr uint64_t kDeviceListTimeoutMs = 500;
 constexpr size_t kStreamIdSize = 256;
 constexpr int kOnlineAttempts = 3;
 
-int AccessFlags(DEVICE_OPEN_MODE mode) {
+std::uint64_t NotifyKey(NOTIFY_SRC src, NOTIFY_TYPE type) {
+    return (static_cast<std::uint64_t>(static_cast<std::uint32_t>(src)) << 32) |
+           static_cast<std::uint32_t>(type);
+}
+
+}  // namespace
+
+int CCamera::AccessFlags(DEVICE_OPEN_MODE mode) {
     switch (mode) {
         case DEVICE_OPEN_MODE_CONTROL:
             return GenTL::DEVICE_ACCESS_CONTROL;
@@ -27,13 +34,6 @@ int AccessFlags(DEVICE_OPEN_MODE mode) {
             return GenTL::DEVICE_ACCESS_EXCLUSIVE;
     }
 }
-
-std::uint64_t NotifyKey(NOTIFY_SRC src, NOTIFY_TYPE type) {
-    return (static_cast<std::uint64_t>(static_cast<std::uint32_t>(src)) << 32) |
-           static_cast<std::uint32_t>(type);
-}
-
-}  // namespace
 
 CCamera::CCamera(CCameraInfo* info, CCameraManager* manager)
     : m_pCameraInfo(info), m_pCameraManager(manager) {

@@ -28,7 +28,8 @@ public:
     // One buffer announced to the data stream.
     struct BUFFER {
         void* hBuffer = nullptr;
-        // Kept for buffers that the library would allocate itself.
+        // Memory the library allocated itself (new unsigned char[]) and
+        // announced as a user buffer; freed by ClearBufAction once revoked.
         void* reserved = nullptr;
     };
 
@@ -94,6 +95,10 @@ protected:
     // The producer of the data stream, and its handle; null when not open.
     CCti* StreamCti();
     void* StreamHandle();
+    // Ends up to `count` grabs waiting on the new-buffer event.
+    void KillWaits(int count);
+    // GenTL DEVICE_ACCESS_FLAGS value of an open mode.
+    static int AccessFlags(DEVICE_OPEN_MODE mode);
 
     std::unique_ptr<CCtiPort> m_pDevPort;
     std::unique_ptr<CCtiPort> m_pRMPort;
@@ -117,9 +122,6 @@ protected:
     std::uint64_t m_acquisition = 0;
     // Set while StopGrab waits for the grabs in flight; no new grab may start.
     bool m_bStopping = false;
-
-private:
-    void KillWaits(int count);
 };
 
 }  // namespace VEXOGENICAM

@@ -1,20 +1,22 @@
 #include "core/CameraManager.h"
 
+#include "camera/CLCamera.h"
 #include "camera/Camera.h"
+#include "camera/GevCamera.h"
 #include "gentl/CameraInfo.h"
 
 namespace VEXOGENICAM {
 
 namespace {
 
-// The one place that picks the camera class of a transport layer. GigE Vision
-// (TL_GEV) gets CGevCamera and Camera Link (TL_CL, TL_CLHS) gets CCLCamera once
-// those kinds exist; until then every device is served by the base camera.
+// The one place that picks the camera class of a transport layer.
 CCamera* MakeCamera(CCameraInfo* info, CCameraManager* manager) {
     switch (info->GetTLType()) {
         case TL_GEV:
+            return new CGevCamera(info, manager);
         case TL_CL:
         case TL_CLHS:
+            return new CCLCamera(info, manager);
         default:
             return new CCamera(info, manager);
     }
