@@ -2,12 +2,15 @@
 #include <chrono>
 #include <iostream>
 
+#include <spdlog/spdlog.h>
+
 #include "Cti.h"
 #include "CtiPort.h"
 #include "camera/Camera.h"
 #include "camera/GenImage.h"
 #include "camera/Grab.h"
 #include "gentl/CameraInfo.h"
+#include "log/RollingLog.h"
 
 namespace VEXOGENICAM {
 
@@ -283,10 +286,12 @@ void CCamera::StopGrabRelease() {
 void CCamera::ClearBufAction() {
     CCti* cti = StreamCti();
     void* stream = StreamHandle();
-    if (cti != nullptr && stream != nullptr) {
-        for (const auto& entry : m_buffers) {
-            cti->DSRevokeBuffer(stream, entry.first, nullptr, nullptr);
+    for (const auto& [handle, buffer] : m_buffers) {
+        if (cti != nullptr && stream != nullptr) {
+            cti->DSRevokeBuffer(stream, handle, nullptr, nullptr);
         }
+        // Freed only after the revoke: until then the producer may fill it.
+        delete[] static_cast<unsigned char*>(buffer.reserved);
     }
     m_buffers.clear();
 }
@@ -315,12 +320,17 @@ int CCamera::GrabImage2(IImage** image, unsigned long long timeout) {
         }
         ++m_grabCount;
     }
-    const int result = GrabImageAction(image, timeout);
-    std::lock_guard<std::recursive_mutex> guard(m_lock);
-    if (--m_grabCount == 0) {
-        m_grabDone.notify_one();
-    }
-    return result;
+    // Lowered on every way out, or a stop would wait for this grab forever.
+    struct GrabCountGuard {
+        CCamera* camera;
+        ~GrabCountGuard() {
+            std::lock_guard<std::recursive_mutex> guard(camera->m_lock);
+            if (--camera->m_grabCount == 0) {
+                camera->m_grabDone.notify_one();
+            }
+        }
+    } countGuard{this};
+    return GrabImageAction(image, timeout);
 }
 
 int CCamera::GrabImageAction(IImage** image, unsigned long long timeout) {
@@ -352,9 +362,18 @@ int CCamera::GrabImageAction(IImage** image, unsigned long long timeout) {
     if (rc != 0) {
         return MapWaitError(rc);
     }
-    bigEndian = IsPixelBigEndian();
+    // The image owns the buffer from here on, so that it goes back to the
+    // stream whatever happens next.
     auto* genImage = new CGenImage(this, acquisition);
     *image = genImage;
+    try {
+        bigEndian = IsPixelBigEndian();
+    } catch (const std::exception& e) {
+        // A camera that cannot say keeps the default answer of the base camera.
+        if (auto log = CRollingLog::Logger()) {
+            log->warn("pixel byte order not readable, taken as big-endian: {}", e.what());
+        }
+    }
     const int status = genImage->SetBufAction(cti, stream, data.BufferHandle, bigEndian);
     return status != 0 ? status - 20 : 0;
 }
