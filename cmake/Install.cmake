@@ -1,0 +1,45 @@
+# `make install` / `cmake --install`: the library with its SONAME links, the
+# public headers, lumocam, the simulated producer beside the library (so the
+# demo works from an installed tree), a CMake package and a pkg-config file.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(LUMO_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/LumoGenICam)
+set(LUMO_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/LumoGenICam)
+
+# The GenApi layer, the object library and Aravis/Highway/spdlog are linked
+# into the shared library privately, so the export names none of them:
+# consumers need the installed tree only.
+install(TARGETS LumoGenICam EXPORT LumoGenICamTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(DIRECTORY ${LUMO_INCLUDE_DIR}/ DESTINATION ${LUMO_INSTALL_INCLUDEDIR}
+    FILES_MATCHING PATTERN "*.h")
+
+if(TARGET lumocam)
+    install(TARGETS lumocam RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+if(TARGET LumoSim)
+    # Producers are searched beside the library file.
+    install(TARGETS LumoSim LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endif()
+
+install(EXPORT LumoGenICamTargets NAMESPACE LumoGenICam::
+    DESTINATION ${LUMO_INSTALL_CMAKEDIR})
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/LumoGenICamConfig.cmake.in
+    ${CMAKE_BINARY_DIR}/LumoGenICamConfig.cmake
+    INSTALL_DESTINATION ${LUMO_INSTALL_CMAKEDIR})
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/LumoGenICamConfigVersion.cmake
+    VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/LumoGenICamConfig.cmake
+              ${CMAKE_BINARY_DIR}/LumoGenICamConfigVersion.cmake
+    DESTINATION ${LUMO_INSTALL_CMAKEDIR})
+
+# The .pc file finds its prefix from its own location, so a tree installed
+# with `cmake --install --prefix` elsewhere still works.
+file(RELATIVE_PATH LUMO_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" LUMO_PC_TO_PREFIX "${LUMO_PC_TO_PREFIX}")
+configure_file(${CMAKE_CURRENT_LIST_DIR}/lumogenicam.pc.in ${CMAKE_BINARY_DIR}/lumogenicam.pc
+    @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/lumogenicam.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,90 @@
+#include <cstdio>
+#include <iostream>
+#include <sstream>
+
+#include "Commands.h"
+#include "Json.h"
+#include "Session.h"
+
+namespace lumocam {
+
+using namespace VEXOGENICAM;
+
+namespace {
+
+std::string Text(const char* value) {
+    return value != nullptr ? value : "";
+}
+
+void PrintJson(const CameraRecords& records) {
+    std::ostringstream out;
+    out << "[";
+    std::size_t index = 0;
+    for (ICameraInfo* info : records.All()) {
+        out << (index == 0 ? "\n" : ",\n") << "  {\"index\": " << index
+            << ", \"tlType\": " << JsonString(TlTypeName(info->GetTLType()))
+            << ", \"vendor\": " << JsonString(Text(info->GetManufacture()))
+            << ", \"model\": " << JsonString(Text(info->GetModel()))
+            << ", \"serial\": " << JsonString(Text(info->GetSN()))
+            << ", \"userName\": " << JsonString(Text(info->GetUserDefineName()))
+            << ", \"id\": " << JsonString(Text(info->GetID()))
+            << ", \"accessStatus\": " << JsonString(AccessStatusName(info->GetAccessStatus()));
+        if (const char* ip = info->GetExInfo(EX_INFO_IP)) {
+            out << ", \"ip\": " << JsonString(ip);
+        }
+        if (const char* mac = info->GetExInfo(EX_INFO_MAC)) {
+            out << ", \"mac\": " << JsonString(mac);
+        }
+        out << "}";
+        ++index;
+    }
+    out << (index == 0 ? "]\n" : "\n]\n");
+    std::cout << out.str();
+}
+
+void PrintTable(const CameraRecords& records) {
+    if (records.All().empty()) {
+        std::cout << "No cameras found. Producers (*.cti) are searched beside libLumoGenICam.\n";
+        return;
+    }
+    std::printf("%-3s %-5s %-14s %-18s %-14s %-12s %-18s %s\n", "#", "TL", "vendor", "model",
+                "serial", "user name", "access", "IP / MAC");
+    std::size_t index = 0;
+    for (ICameraInfo* info : records.All()) {
+        std::string network;
+        if (const char* ip = info->GetExInfo(EX_INFO_IP)) {
+            network = ip;
+        }
+        if (const char* mac = info->GetExInfo(EX_INFO_MAC)) {
+            network += (network.empty() ? "" : " / ") + std::string(mac);
+        }
+        std::printf("%-3zu %-5s %-14s %-18s %-14s %-12s %-18s %s\n", index++,
+                    TlTypeName(info->GetTLType()).c_str(), Text(info->GetManufacture()).c_str(),
+                    Text(info->GetModel()).c_str(), Text(info->GetSN()).c_str(),
+                    Text(info->GetUserDefineName()).c_str(),
+                    AccessStatusName(info->GetAccessStatus()).c_str(), network.c_str());
+    }
+}
+
+}  // namespace
+
+int RunList(const ListOptions& options) {
+    // Parsed before Init so that a typo costs no producer loading.
+    const unsigned long long mask = options.tlTypes.empty() ? 0 : ParseTlMask(options.tlTypes);
+    Library library;
+    CameraRecords records(Discovery(nullptr));
+    if (mask != 0) {
+        // Filtered per camera: DiscoveryByTLType chooses whole producers by
+        // their first interface and would hide, say, the USB cameras of a
+        // producer whose first interface is GigE Vision.
+        records.KeepTlTypes(mask);
+    }
+    if (options.json) {
+        PrintJson(records);
+    } else {
+        PrintTable(records);
+    }
+    return 0;
+}
+
+}  // namespace lumocam
