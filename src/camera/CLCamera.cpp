@@ -13,7 +13,6 @@ namespace VEXOGENICAM {
 
 namespace {
 
-constexpr size_t kStreamIdSize = 256;
 constexpr int kOnlineAttempts = 3;
 constexpr std::uint64_t kPfncMono8 = 0x01080001;
 // Slack on every buffer: a grabber may deliver more than the geometry says
@@ -98,24 +97,9 @@ int CCLCamera::OpenAction(DEVICE_OPEN_MODE mode) {
     }
     m_pDevPort = std::make_unique<CCtiPort>(cti, device);
 
-    uint32_t streams = 0;
-    if (cti->DevGetNumDataStreams(device, &streams) != 0) {
-        return -4;
+    if (const int rc = OpenFirstStream(cti, device); rc != 0) {
+        return rc;
     }
-    if (streams == 0) {
-        return -5;
-    }
-    char streamId[kStreamIdSize] = {};
-    size_t size = kStreamIdSize;
-    if (cti->DevGetDataStreamID(device, 0, streamId, &size) != 0) {
-        return -6;
-    }
-    streamId[kStreamIdSize - 1] = '\0';
-    void* stream = nullptr;
-    if (cti->DevOpenDataStream(device, streamId, &stream) != 0) {
-        return -7;
-    }
-    m_pDSPort = std::make_unique<CCtiPort>(cti, stream);
     SimpleLog("CCLCamera::OpenAction Finish");
     return 0;
 }
@@ -192,17 +176,8 @@ int CCLCamera::StartGrabAction(unsigned long long count) {
     if (const int rc = AnnounceBuffers(cti, stream, size); rc != 0) {
         return rc;
     }
-    if (cti->GCRegisterEvent(stream, GenTL::EVENT_NEW_BUFFER, &m_hNewBufferEvent) != 0) {
-        m_hNewBufferEvent = nullptr;
-        return -7;
-    }
-    if (cti->DSStartAcquisition(stream, GenTL::ACQ_START_FLAGS_DEFAULT, count) != 0) {
-        if (m_hNewBufferEvent != nullptr) {
-            cti->EventKill(m_hNewBufferEvent);
-        }
-        cti->GCUnregisterEvent(stream, GenTL::EVENT_NEW_BUFFER);
-        m_hNewBufferEvent = nullptr;
-        return -8;
+    if (const int rc = StartStream(cti, stream, count); rc != 0) {
+        return rc;
     }
     try {
         SetTLParamsLocked(device, 1);

@@ -107,6 +107,10 @@ int CCamera::OpenAction(DEVICE_OPEN_MODE mode) {
     }
     m_pRMPort = std::make_unique<CCtiPort>(cti, remote);
 
+    return OpenFirstStream(cti, device);
+}
+
+int CCamera::OpenFirstStream(CCti* cti, void* device) {
     uint32_t streams = 0;
     if (cti->DevGetNumDataStreams(device, &streams) != 0) {
         return -4;

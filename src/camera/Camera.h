@@ -95,6 +95,12 @@ protected:
     // The producer of the data stream, and its handle; null when not open.
     CCti* StreamCti();
     void* StreamHandle();
+    // Opens the device's first data stream as the stream port: 0, or -4 to -7
+    // for the step that failed.
+    int OpenFirstStream(CCti* cti, void* device);
+    // Registers the new-buffer event and starts the stream: 0, -7 or -8; a
+    // failed start leaves no event registered.
+    int StartStream(CCti* cti, void* stream, unsigned long long count);
     // Ends up to `count` grabs waiting on the new-buffer event.
     void KillWaits(int count);
     // GenTL DEVICE_ACCESS_FLAGS value of an open mode.

@@ -140,17 +140,8 @@ int CCamera::StartGrabAction(unsigned long long count) {
         cti->DSQueueBuffer(stream, buffer.hBuffer);
         m_buffers[buffer.hBuffer] = buffer;
     }
-    if (cti->GCRegisterEvent(stream, GenTL::EVENT_NEW_BUFFER, &m_hNewBufferEvent) != 0) {
-        m_hNewBufferEvent = nullptr;
-        return -7;
-    }
-    if (cti->DSStartAcquisition(stream, GenTL::ACQ_START_FLAGS_DEFAULT, count) != 0) {
-        if (m_hNewBufferEvent != nullptr) {
-            cti->EventKill(m_hNewBufferEvent);
-        }
-        cti->GCUnregisterEvent(stream, GenTL::EVENT_NEW_BUFFER);
-        m_hNewBufferEvent = nullptr;
-        return -8;
+    if (const int rc = StartStream(cti, stream, count); rc != 0) {
+        return rc;
     }
     // The stream runs before the device sends; the transport-layer parameters
     // are locked just before the device starts.
@@ -164,6 +155,22 @@ int CCamera::StartGrabAction(unsigned long long count) {
             start->Execute(true);
         }
     } catch (...) {
+    }
+    return 0;
+}
+
+int CCamera::StartStream(CCti* cti, void* stream, unsigned long long count) {
+    if (cti->GCRegisterEvent(stream, GenTL::EVENT_NEW_BUFFER, &m_hNewBufferEvent) != 0) {
+        m_hNewBufferEvent = nullptr;
+        return -7;
+    }
+    if (cti->DSStartAcquisition(stream, GenTL::ACQ_START_FLAGS_DEFAULT, count) != 0) {
+        if (m_hNewBufferEvent != nullptr) {
+            cti->EventKill(m_hNewBufferEvent);
+        }
+        cti->GCUnregisterEvent(stream, GenTL::EVENT_NEW_BUFFER);
+        m_hNewBufferEvent = nullptr;
+        return -8;
     }
     return 0;
 }
