@@ -78,7 +78,10 @@ int CCamera::StartGrab(GRAB_STRATEGY strategy, unsigned long long count) {
     std::shared_ptr<CGrab> previous;
     int result = -1;
     {
-        std::lock_guard<std::recursive_mutex> guard(m_lock);
+        std::unique_lock<std::recursive_mutex> guard(m_lock);
+        // A stop in progress releases the lock while it waits for the grabs in
+        // flight; its buffers and event are still registered until it is done.
+        m_grabDone.wait(guard, [this] { return !m_bStopping; });
         if (m_grabCount != 0) {
             return -1;
         }
@@ -333,7 +336,7 @@ int CCamera::GrabImage2(IImage** image, unsigned long long timeout) {
         ~GrabCountGuard() {
             std::lock_guard<std::recursive_mutex> guard(camera->m_lock);
             if (--camera->m_grabCount == 0) {
-                camera->m_grabDone.notify_one();
+                camera->m_grabDone.notify_all();  // a stop and a start may both wait
             }
         }
     } countGuard{this};
