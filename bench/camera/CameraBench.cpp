@@ -3,7 +3,6 @@
 // one-by-one, eight buffers. Both loops touch what an application reads of a
 // frame (base, frame ID, filled size, completeness) and give the buffer back.
 #include <benchmark/benchmark.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -12,7 +11,7 @@
 #include <string>
 
 #include "LumoGenICam.h"
-#include "ScenarioDir.h"
+#include "BenchScenario.h"
 #include "SimProducer.h"
 
 using namespace GenTL;
@@ -191,19 +190,11 @@ void PrintRatios() {
 int main(int argc, char** argv) {
     // The library finds producers beside its own file: run again from a
     // scenario directory holding a copy of the library and the producer.
-    if (std::getenv("LUMO_SCENARIO_DIR") == nullptr) {
+    if (!InBenchScenario()) {
         ScenarioDir dir;
         dir.Copy(std::filesystem::path(LUMO_LIB_DIR) / "libLumoGenICam.so.0");
         dir.AddProducer(std::filesystem::path(LUMO_LIB_DIR) / "LumoSim.cti", kConfig);
-        const std::string path = dir.Path().string();
-        setenv("LD_LIBRARY_PATH", path.c_str(), 1);
-        setenv("LUMO_SCENARIO_DIR", path.c_str(), 1);
-        const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
-        std::string cmd = "cd '" + path + "' && '" + self + "'";
-        for (int i = 1; i < argc; ++i) {
-            cmd += std::string(" '") + argv[i] + "'";
-        }
-        return std::system(cmd.c_str()) == 0 ? 0 : 1;
+        return RunBenchInScenario(dir, argc, argv);
     }
     benchmark::Initialize(&argc, argv);
     RatioReporter reporter;

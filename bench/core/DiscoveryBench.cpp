@@ -3,7 +3,6 @@
 // simulated producer takes a few milliseconds to update its device list, as
 // network transports do; the threads overlap those waits.
 #include <benchmark/benchmark.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,7 +12,7 @@
 #include <vector>
 
 #include "LumoGenICam.h"
-#include "ScenarioDir.h"
+#include "BenchScenario.h"
 
 namespace {
 
@@ -100,23 +99,14 @@ private:
 int main(int argc, char** argv) {
     // The library finds producers beside its own file: run again from a
     // scenario directory holding a copy of the library and eight producers.
-    if (std::getenv("LUMO_SCENARIO_DIR") == nullptr) {
+    if (!InBenchScenario()) {
         ScenarioDir dir;
         dir.Copy(std::filesystem::path(LUMO_LIB_DIR) / "libLumoGenICam.so.0");
         for (int i = 0; i < kProducers; ++i) {
             dir.AddProducer(std::filesystem::path(LUMO_LIB_DIR) / "LumoSim.cti", Config(i),
                             ProducerName(i));
         }
-        const std::string path = dir.Path().string();
-        setenv("LD_LIBRARY_PATH", path.c_str(), 1);
-        setenv("LUMO_SCENARIO_DIR", path.c_str(), 1);
-        const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
-        std::string cmd = "cd '" + path + "' && '" + self + "'";
-        for (int i = 1; i < argc; ++i) {
-            cmd += std::string(" '") + argv[i] + "'";
-        }
-        const int status = std::system(cmd.c_str());
-        return status == 0 ? 0 : 1;
+        return RunBenchInScenario(dir, argc, argv);
     }
     benchmark::Initialize(&argc, argv);
     VEXOGENICAM::Init();
