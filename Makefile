@@ -10,6 +10,11 @@ SANITIZE   ?=
 PREFIX     ?= /usr/local
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CTEST_ARGS ?=
+# What the bootstrap installs and whether the test suites are configured:
+# `make run` needs only the build and the demo; tests and benchmarks bring
+# their own packages.
+PROFILE    ?= test
+TESTS      ?= ON
 
 # glib's slice allocator recycles memory between threads behind locks that
 # ThreadSanitizer cannot see; plain malloc makes that visible to it.
@@ -35,14 +40,16 @@ CMAKE_FLAGS = -G "$(GENERATOR)" -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DLUMO_SANITIZE
 all: build
 
 bootstrap:
-	@scripts/bootstrap.sh
+	@scripts/bootstrap.sh $(PROFILE)
 
 configure: bootstrap
-	@cmake -S . -B $(BUILD_DIR) $(CMAKE_FLAGS) >/dev/null
+	@cmake -S . -B $(BUILD_DIR) $(CMAKE_FLAGS) -DLUMO_BUILD_TESTS=$(TESTS) >/dev/null
 
 build: configure
 	@cmake --build $(BUILD_DIR) -j $(JOBS)
 
+run: PROFILE := build
+run: TESTS := OFF
 run: build
 	@scripts/run-demo.sh $(BUILD_DIR)
 
@@ -52,6 +59,7 @@ test: build
 stress: build
 	@cd $(BUILD_DIR) && $(TEST_ENV) ctest --output-on-failure -L stress $(CTEST_ARGS)
 
+bench: PROFILE := bench
 bench: bootstrap
 	@cmake -S . -B build-bench -G "$(GENERATOR)" -DCMAKE_BUILD_TYPE=Release \
 	      -DLUMO_BUILD_BENCH=ON -DLUMO_BUILD_TESTS=OFF >/dev/null

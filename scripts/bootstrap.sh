@@ -1,22 +1,38 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the build, the tests, the tool and the
-# benchmarks need, and only those that are missing. Quiet when all is there.
+# Installs the Debian packages a job needs, and only those that are missing.
+# Quiet when all is there.
+#   scripts/bootstrap.sh build   the library, the simulated producer, lumocam, the demo
+#   scripts/bootstrap.sh test    build + what the test suites need
+#   scripts/bootstrap.sh bench   build + the benchmarks and their reference peers
 set -euo pipefail
 
-PACKAGES=(
+profile=${1:-test}
+
+BUILD_PACKAGES=(
     # toolchain
-    g++ clang cmake ninja-build pkg-config make clang-format
+    g++ cmake ninja-build pkg-config make
     # library
-    libaravis-dev libusb-1.0-0-dev libspdlog-dev zlib1g-dev
+    libaravis-dev libusb-1.0-0-dev libspdlog-dev zlib1g-dev libhwy-dev
     # simulated producer
     nlohmann-json3-dev
-    # tests and benchmarks
-    libgtest-dev libgmock-dev libbenchmark-dev libhwy-dev
-    # reference peers of the benchmarks
-    libopencv-dev libyuv-dev
     # command-line tool
     libpng-dev libcli11-dev
 )
+TEST_PACKAGES=(
+    libgtest-dev libgmock-dev clang-format
+)
+BENCH_PACKAGES=(
+    libbenchmark-dev
+    # reference peers of the benchmarks
+    libopencv-dev libyuv-dev
+)
+
+case "$profile" in
+    build) PACKAGES=("${BUILD_PACKAGES[@]}") ;;
+    test) PACKAGES=("${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}") ;;
+    bench) PACKAGES=("${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}") ;;
+    *) echo "bootstrap: unknown profile '$profile' (build, test or bench)" >&2; exit 2 ;;
+esac
 
 missing=()
 for pkg in "${PACKAGES[@]}"; do
