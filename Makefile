@@ -69,6 +69,9 @@ bench: bootstrap
 format:
 	@git ls-files -z -- '*.h' '*.hpp' '*.cpp' '*.c' | xargs -0 clang-format -i
 
+# Installing needs neither the test suites nor their packages.
+install: PROFILE := build
+install: TESTS := OFF
 install: build
 	@cmake --install $(BUILD_DIR)
 

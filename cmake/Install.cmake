@@ -1,6 +1,6 @@
 # `make install` / `cmake --install`: the library with its SONAME links, the
-# public headers, lumocam, the simulated producer beside the library (so the
-# demo works from an installed tree), a CMake package and a pkg-config file.
+# public headers, lumocam, the simulated producer in a folder of its own, a
+# CMake package and a pkg-config file.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -19,9 +19,12 @@ install(DIRECTORY ${LUMO_INCLUDE_DIR}/ DESTINATION ${LUMO_INSTALL_INCLUDEDIR}
 if(TARGET lumocam)
     install(TARGETS lumocam RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
-if(TARGET LumoSim)
-    # Producers are searched beside the library file.
-    install(TARGETS LumoSim LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# Not beside the library: every application would find a fake camera there.
+# `lumocam demo` names this folder in GENICAM_GENTL64_PATH for itself.
+option(LUMO_INSTALL_SIM "Install the simulated producer (lib/lumogenicam/sim)" ON)
+set(LUMO_INSTALL_SIMDIR ${CMAKE_INSTALL_LIBDIR}/lumogenicam/sim)
+if(TARGET LumoSim AND LUMO_INSTALL_SIM)
+    install(TARGETS LumoSim LIBRARY DESTINATION ${LUMO_INSTALL_SIMDIR})
 endif()
 
 install(EXPORT LumoGenICamTargets NAMESPACE LumoGenICam::

@@ -85,6 +85,16 @@ class CCameraInfo;
 // nor translate codes.
 class LUMO_API CCti {
 public:
+    // Why the last Load failed: the step (the loader, a missing entry point's
+    // name, or the GenTL call that failed), its GenTL code (0 when the step is
+    // not a GenTL call) and a text (the loader's message, or the producer's own
+    // GCGetLastError text).
+    struct LoadFailure {
+        std::string step;
+        int code = 0;
+        std::string text;
+    };
+
     explicit CCti(const std::string& fileName);
     CCti(const CCti&) = delete;
     CCti& operator=(const CCti&) = delete;
@@ -98,8 +108,13 @@ public:
     // Fills a record from the producer's device information.
     virtual void SetCameraInfo(CCameraInfo* info, const char* deviceId);
 
-    // Opens the file beside the library, binds the entry points and runs Init.
+    // Opens the file (a bare name is looked for beside the library, a path is
+    // taken as it is), binds the entry points and runs Init.
     bool Load();
+    const LoadFailure& GetLoadFailure() const { return m_loadFailure; }
+    // A TL_INFO text of the open system module, empty when it has none.
+    std::string GetTLInfoText(int cmd);
+    std::size_t GetInterfaceCount() const { return m_portsIF.size(); }
     void* LoadLib(const char* path);
     void FreeLib(void* handle);
     void* GetFunction(void* handle, const char* name);
@@ -184,7 +199,10 @@ public:
                             void* buffer, size_t* size);
 
 private:
+    int Fail(const char* step, int code, int result);
+
     std::string m_fileName;
+    LoadFailure m_loadFailure;
     void* m_hLib = nullptr;
     CCtiPort* m_pPortTL = nullptr;
     // An interface port slot that teardown closes when set; nothing sets it.

@@ -1,30 +1,93 @@
 #include "core/CtiManager.h"
 
-#include <dirent.h>
+#include <spdlog/spdlog.h>
 
-#include <algorithm>
-#include <cctype>
-#include <cstring>
+#include <memory>
 #include <thread>
 
+#include "Cti.h"
 #include "core/CameraManager.h"
 #include "core/ModulePath.h"
+#include "core/ProducerSearch.h"
 #include "gentl/CameraInfo.h"
-#include "Cti.h"
+#include "log/RollingLog.h"
 
 namespace VEXOGENICAM {
 
 namespace {
 
-bool HasProducerSuffix(const char* name) {
-    const size_t length = std::strlen(name);
-    if (length <= 4) {
-        return false;
+constexpr const char* kLibraryFolder = "library folder";
+
+const char* OriginName(bool fromVariable) {
+    return fromVariable ? CProducerSearch::kVariable : kLibraryFolder;
+}
+
+void LogReport(const ProducerReport& report) {
+    auto log = CRollingLog::Logger();
+    if (!log) {
+        return;
     }
-    std::string suffix(name + length - 4);
-    std::transform(suffix.begin(), suffix.end(), suffix.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return suffix == ".CTI";
+    switch (report.state) {
+        case PRODUCER_STATE::PRODUCER_LOADED:
+            log->info(
+                "producer {} ({}) loaded: TL type {}, vendor {}, model {}, version {}, {} "
+                "interface(s)",
+                report.path, report.origin, report.tlType, report.vendor, report.model,
+                report.version, report.interfaceCount);
+            break;
+        case PRODUCER_STATE::PRODUCER_FAILED:
+            log->warn(
+                "producer {} ({}) not loaded: {} (step {}, code {}{}{})", report.path,
+                report.origin, report.reason, report.failedStep, report.errorCode,
+                report.producerError.empty() ? "" : ", producer says: ", report.producerError);
+            break;
+        case PRODUCER_STATE::PRODUCER_SKIPPED:
+            log->warn("producer {} ({}) skipped: {}", report.path, report.origin, report.reason);
+            break;
+    }
+}
+
+ProducerReport SkippedReport(const ProducerCandidate& candidate) {
+    ProducerReport report;
+    report.path = candidate.path;
+    report.origin = OriginName(candidate.fromVariable);
+    report.state = PRODUCER_STATE::PRODUCER_SKIPPED;
+    report.reason = candidate.skipReason;
+    return report;
+}
+
+std::string FailureReason(const CCti::LoadFailure& failure) {
+    if (failure.step == "dlopen") {
+        return "not a loadable shared library: " + failure.text;
+    }
+    if (failure.code == 0) {
+        return failure.text;
+    }
+    return failure.step + " failed with GenTL code " + std::to_string(failure.code);
+}
+
+ProducerReport LoadReport(CCti& cti, const std::string& path, bool fromVariable, bool loaded) {
+    ProducerReport report;
+    report.path = path;
+    report.origin = OriginName(fromVariable);
+    if (loaded) {
+        report.state = PRODUCER_STATE::PRODUCER_LOADED;
+        report.tlType = cti.GetTLInfoText(GenTL::TL_INFO_TLTYPE);
+        report.vendor = cti.GetTLInfoText(GenTL::TL_INFO_VENDOR);
+        report.model = cti.GetTLInfoText(GenTL::TL_INFO_MODEL);
+        report.version = cti.GetTLInfoText(GenTL::TL_INFO_VERSION);
+        report.interfaceCount = cti.GetInterfaceCount();
+        return report;
+    }
+    const CCti::LoadFailure& failure = cti.GetLoadFailure();
+    report.state = PRODUCER_STATE::PRODUCER_FAILED;
+    report.reason = FailureReason(failure);
+    report.failedStep = failure.step;
+    report.errorCode = failure.code;
+    if (failure.code != 0) {
+        report.producerError = failure.text;
+    }
+    return report;
 }
 
 }  // namespace
@@ -42,61 +105,98 @@ CCtiManager::~CCtiManager() {
 }
 
 std::list<std::string> CCtiManager::GetCtiNames() {
-    std::list<std::string> names;
-    DIR* dir = opendir(GetModulePath().c_str());
-    if (dir == nullptr) {
-        return names;
-    }
-    while (const dirent* entry = readdir(dir)) {
-        if (entry->d_type == DT_REG && HasProducerSuffix(entry->d_name)) {
-            names.emplace_back(entry->d_name);
-        }
-    }
-    closedir(dir);
-    return names;
+    const std::vector<std::string> names = CProducerSearch::LibraryFolderNames(GetModulePath());
+    return {names.begin(), names.end()};
 }
 
 CCti* CCtiManager::GetCtiModule(const std::string& fileName) {
+    if (fileName.find('/') == std::string::npos) {
+        return GetCtiModule(fileName, GetModulePath() + fileName, false);
+    }
+    // A path names the file itself, remembered by its real path like the
+    // producers of the variable.
+    const std::string real = CProducerSearch::RealPath(fileName);
+    return GetCtiModule(real.empty() ? fileName : real, fileName, true);
+}
+
+CCti* CCtiManager::GetCtiModule(const std::string& key, const std::string& path,
+                                bool fromVariable) {
     std::lock_guard<std::mutex> guard(m_lock);
-    if (const auto it = m_loadedCtis.find(fileName); it != m_loadedCtis.end()) {
+    if (const auto it = m_loadedCtis.find(key); it != m_loadedCtis.end()) {
         return it->second;
     }
-    if (m_failedCtis.count(fileName) != 0) {
+    if (m_failedCtis.count(key) != 0) {
         return nullptr;
     }
-    auto* cti = new CCti(fileName);
-    if (!cti->Load()) {
-        delete cti;
-        m_failedCtis.insert(fileName);
+    // Beside the library the binding is given the bare name and adds the
+    // folder itself; elsewhere it gets the full path.
+    auto cti = std::make_unique<CCti>(fromVariable ? key : path.substr(path.rfind('/') + 1));
+    const bool loaded = cti->Load();
+    ProducerReport report = LoadReport(*cti, path, fromVariable, loaded);
+    LogReport(report);
+    m_reports[key] = std::move(report);
+    if (!loaded) {
+        m_failedCtis.insert(key);
         return nullptr;
     }
-    m_loadedCtis.emplace(fileName, cti);
-    return cti;
+    CCti* raw = cti.release();
+    m_loadedCtis.emplace(key, raw);
+    return raw;
+}
+
+void CCtiManager::NoteSkipped(const ProducerCandidate& candidate) {
+    std::lock_guard<std::mutex> guard(m_lock);
+    if (m_loggedSkips.insert(candidate.path).second) {
+        LogReport(SkippedReport(candidate));
+    }
+}
+
+std::vector<CCti*> CCtiManager::LoadAllProducers() {
+    std::vector<CCti*> producers;
+    for (const ProducerCandidate& candidate : CProducerSearch::Find(GetModulePath())) {
+        if (!candidate.skipReason.empty()) {
+            NoteSkipped(candidate);
+            continue;
+        }
+        if (CCti* cti = GetCtiModule(candidate.key, candidate.path, candidate.fromVariable)) {
+            producers.push_back(cti);
+        }
+    }
+    return producers;
+}
+
+std::list<ProducerReport> CCtiManager::GetProducerReports() {
+    std::list<ProducerReport> reports;
+    for (const ProducerCandidate& candidate : CProducerSearch::Find(GetModulePath())) {
+        if (!candidate.skipReason.empty()) {
+            NoteSkipped(candidate);
+            reports.push_back(SkippedReport(candidate));
+            continue;
+        }
+        GetCtiModule(candidate.key, candidate.path, candidate.fromVariable);
+        std::lock_guard<std::mutex> guard(m_lock);
+        if (const auto it = m_reports.find(candidate.key); it != m_reports.end()) {
+            reports.push_back(it->second);
+        }
+    }
+    return reports;
 }
 
 std::list<ICameraInfo*> CCtiManager::DiscoveryCameras(const char* producerFile) {
-    std::list<std::string> names;
-    if (producerFile != nullptr && producerFile[0] != '\0') {
-        names.emplace_back(producerFile);
-    } else {
-        names = GetCtiNames();
-    }
     std::vector<CCti*> producers;
-    for (const std::string& name : names) {
-        if (CCti* cti = GetCtiModule(name)) {
+    if (producerFile != nullptr && producerFile[0] != '\0') {
+        if (CCti* cti = GetCtiModule(producerFile)) {
             producers.push_back(cti);
         }
+    } else {
+        producers = LoadAllProducers();
     }
     return DiscoveryCamerasAction(producers);
 }
 
 std::list<ICameraInfo*> CCtiManager::DiscoveryCamerasByTLType(unsigned long long mask) {
     std::vector<CCti*> producers;
-    for (const std::string& name : GetCtiNames()) {
-        CCti* cti = GetCtiModule(name);
-        if (cti == nullptr) {
-            continue;
-        }
+    for (CCti* cti : LoadAllProducers()) {
         if ((mask & TL_TYPE_ALL) == TL_TYPE_ALL ||
             (mask & static_cast<unsigned long long>(cti->GetIFTLType())) != 0) {
             producers.push_back(cti);

@@ -1,5 +1,7 @@
 #include "LumoEntry.h"
 
+#include "ProducerReport.h"
+
 #include "core/CtiManager.h"
 #include "log/RollingLog.h"
 
@@ -12,7 +14,7 @@ void Init() {
         return;
     }
     g_pCtiManager = new CCtiManager();
-    CRollingLog::Setup(CRollingLog::Defaults());
+    CRollingLog::Setup(CRollingLog::WithEnvironment(CRollingLog::Defaults()));
 }
 
 void UnInit() {
@@ -49,6 +51,25 @@ ICamera* CreateCameraBySN(const char* serialNumber) {
         return nullptr;
     }
     return g_pCtiManager->CreateCamera(std::string(serialNumber));
+}
+
+std::list<ProducerReport> GetProducerReports() {
+    if (g_pCtiManager == nullptr) {
+        return {};
+    }
+    return g_pCtiManager->GetProducerReports();
+}
+
+const char* ProducerStateName(PRODUCER_STATE state) {
+    switch (state) {
+        case PRODUCER_STATE::PRODUCER_LOADED:
+            return "loaded";
+        case PRODUCER_STATE::PRODUCER_FAILED:
+            return "failed";
+        case PRODUCER_STATE::PRODUCER_SKIPPED:
+            return "skipped";
+    }
+    return "unknown";
 }
 
 std::list<std::string> GetCLProtocols() {

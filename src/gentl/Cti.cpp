@@ -74,41 +74,77 @@ void* CCti::GetFunction(void* handle, const char* name) {
 }
 
 bool CCti::Load() {
-    const std::string path = GetModulePath() + m_fileName;
+    m_loadFailure = {};
+    const std::string path =
+        m_fileName.find('/') == std::string::npos ? GetModulePath() + m_fileName : m_fileName;
+    dlerror();
     m_hLib = LoadLib(path.c_str());
     if (m_hLib == nullptr) {
+        const char* why = dlerror();
+        m_loadFailure = {"dlopen", 0, why != nullptr ? why : "not a loadable shared library"};
         return false;
     }
-#define LUMO_BIND_ENTRY_POINT(name, required)                                 \
-    m_p##name = reinterpret_cast<GenTL::P##name>(GetFunction(m_hLib, #name)); \
-    if ((required) && m_p##name == nullptr) {                                 \
-        return false;                                                         \
+#define LUMO_BIND_ENTRY_POINT(name, required)                                              \
+    m_p##name = reinterpret_cast<GenTL::P##name>(GetFunction(m_hLib, #name));              \
+    if ((required) && m_p##name == nullptr) {                                              \
+        m_loadFailure = {#name, 0, "the producer does not export the entry point " #name}; \
+        return false;                                                                      \
     }
     LUMO_GENTL_ENTRY_POINTS(LUMO_BIND_ENTRY_POINT)
 #undef LUMO_BIND_ENTRY_POINT
     return Init() == 0;
 }
 
+// Records the failed step for the producer report; the producer's own text is
+// asked for at once, while it still describes this failure.
+int CCti::Fail(const char* step, int code, int result) {
+    m_loadFailure = {step, code, {}};
+    char text[1024] = {};
+    size_t size = sizeof text;
+    int lastCode = 0;
+    if (code != 0 && GCGetLastError(&lastCode, text, &size) == 0) {
+        text[sizeof text - 1] = '\0';
+        m_loadFailure.text = text;
+    }
+    return result;
+}
+
+std::string CCti::GetTLInfoText(int cmd) {
+    if (m_pPortTL == nullptr) {
+        return {};
+    }
+    char text[1024] = {};
+    size_t size = sizeof text;
+    int type = 0;
+    if (TLGetInfo(m_pPortTL->GetPort(), cmd, &type, text, &size) != 0 ||
+        type != GenTL::INFO_DATATYPE_STRING) {
+        return {};
+    }
+    text[sizeof text - 1] = '\0';
+    return text;
+}
+
 int CCti::Init() {
-    if (GCInitLib() != 0) {
-        return -1;
+    if (const int rc = GCInitLib(); rc != 0) {
+        return Fail("GCInitLib", rc, -1);
     }
     void* hTL = nullptr;
-    if (TLOpen(&hTL) != 0) {
-        return -2;
+    if (const int rc = TLOpen(&hTL); rc != 0) {
+        return Fail("TLOpen", rc, -2);
     }
     delete m_pPortTL;
     m_pPortTL = new CCtiPort(this, hTL);
 
     bool changed = false;
-    if (TLUpdateInterfaceList(hTL, &changed, 1000) != 0) {
-        return -3;
+    if (const int rc = TLUpdateInterfaceList(hTL, &changed, 1000); rc != 0) {
+        return Fail("TLUpdateInterfaceList", rc, -3);
     }
     uint32_t count = 0;
-    if (TLGetNumInterfaces(hTL, &count) != 0) {
-        return -4;
+    if (const int rc = TLGetNumInterfaces(hTL, &count); rc != 0) {
+        return Fail("TLGetNumInterfaces", rc, -4);
     }
     if (count == 0) {
+        m_loadFailure = {"TLGetNumInterfaces", 0, "the producer reports no interface"};
         return -5;
     }
     char id[1024];
@@ -121,12 +157,12 @@ int CCti::Init() {
     // The size is deliberately not reset between interfaces: each call is
     // offered the size the previous one returned.
     for (uint32_t i = 0; i < count; ++i) {
-        if (TLGetInterfaceID(hTL, i, id, &size) != 0) {
-            return -6;
+        if (const int rc = TLGetInterfaceID(hTL, i, id, &size); rc != 0) {
+            return Fail("TLGetInterfaceID", rc, -6);
         }
         void* hIF = nullptr;
-        if (TLOpenInterface(hTL, id, &hIF) != 0) {
-            return -7;
+        if (const int rc = TLOpenInterface(hTL, id, &hIF); rc != 0) {
+            return Fail("TLOpenInterface", rc, -7);
         }
         m_portsIF.push_back(new CCtiPort(this, hIF));
     }

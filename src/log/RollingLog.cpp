@@ -4,6 +4,8 @@
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <cctype>
 #include <iostream>
 #include <mutex>
@@ -47,10 +49,46 @@ spdlog::level::level_enum LevelOf(int severity) {
     }
 }
 
+constexpr std::array<const char*, 7> kSeverityNames = {"off",  "fatal", "error",  "warning",
+                                                       "info", "debug", "verbose"};
+
+// A severity by number or name; -1 when it is neither.
+int ParseSeverity(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    for (std::size_t i = 0; i < kSeverityNames.size(); ++i) {
+        if (text == kSeverityNames[i] || text == std::to_string(i)) {
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
 }  // namespace
 
 CRollingLog::Settings CRollingLog::Defaults() {
     return Settings{"VEXOGenICamLog.txt", 52428800, 5, 5};
+}
+
+CRollingLog::Settings CRollingLog::WithEnvironment(Settings settings) {
+    if (const char* file = std::getenv("LUMO_LOG_FILE"); file != nullptr && *file != '\0') {
+        settings.fileName = std::string(file) == "off" ? std::string() : std::string(file);
+    }
+    if (const char* level = std::getenv("LUMO_LOG_LEVEL"); level != nullptr && *level != '\0') {
+        const int severity = ParseSeverity(level);
+        if (severity >= 0) {
+            settings.severity = severity;
+        } else {
+            static std::once_flag once;
+            std::call_once(once, [level] {
+                std::cerr << "LumoGenICam: LUMO_LOG_LEVEL \"" << level
+                          << "\" is not a level (0-6, off, fatal, error, warning, info, debug, "
+                             "verbose); keeping the default"
+                          << std::endl;
+            });
+        }
+    }
+    return settings;
 }
 
 bool CRollingLog::Setup(const Settings& settings) {
@@ -59,6 +97,10 @@ bool CRollingLog::Setup(const Settings& settings) {
         return g_logger != nullptr;
     }
     g_setUp = true;
+    if (settings.fileName.empty() || settings.severity == 0) {
+        g_logger.reset();
+        return false;
+    }
     const bool csv = EndsWithCsv(settings.fileName);
     spdlog::file_event_handlers handlers;
     if (csv) {

@@ -24,10 +24,16 @@ public:
 
     // The settings Init uses.
     static Settings Defaults();
+    // `settings` with what the environment chooses: LUMO_LOG_FILE names the
+    // file ("off": no log), LUMO_LOG_LEVEL the severity (0-6, or off, fatal,
+    // error, warning, info, debug, verbose). A value that makes no sense is
+    // said once on standard error and ignored.
+    static Settings WithEnvironment(Settings settings);
 
-    // Sets the log up unless it already is; returns whether logging is on. A
-    // file that cannot be opened leaves logging off and says why in one line
-    // on standard error; it never throws.
+    // Sets the log up unless it already is; returns whether logging is on. An
+    // empty file name keeps logging off. A file that cannot be opened leaves
+    // logging off and says why in one line on standard error, once per
+    // process; it never throws.
     static bool Setup(const Settings& settings);
 
     // The logger, or null while logging is off.

@@ -34,6 +34,25 @@ std::string LibraryFolder() {
     return std::filesystem::path(where.dli_fname).parent_path().string();
 }
 
+// The simulated producer: beside the library in a build tree; in an installed
+// tree in its own folder, which the demo then names in GENICAM_GENTL64_PATH for
+// itself only, so that no other application finds a fake camera. The result is
+// what to pass to Discovery.
+std::string FindSimProducer() {
+    std::error_code error;
+    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (!error) {
+        const auto folder = (self.parent_path() / LUMOCAM_SIM_FOLDER).lexically_normal();
+        const auto file = folder / kSimProducer;
+        if (std::filesystem::is_regular_file(file, error) &&
+            !std::filesystem::exists(std::filesystem::path(LibraryFolder()) / kSimProducer)) {
+            setenv("GENICAM_GENTL64_PATH", folder.c_str(), 1);
+            return file.string();
+        }
+    }
+    return kSimProducer;
+}
+
 // How to call this tool from the current folder, e.g. build/bin/lumocam.
 std::string ToolPath() {
     std::error_code error;
@@ -97,7 +116,8 @@ std::string FirstFormat(GenApi::INodeMap& map, const std::string& prefix) {
 std::string IdList(const std::vector<std::uint64_t>& ids) {
     std::string text;
     for (const std::uint64_t id : ids) {
-        // Appending piecewise: g++ 12 -O3 flags `const char* + std::string` with a false -Wrestrict.
+        // Appending piecewise: g++ 12 -O3 flags `const char* + std::string` with a false
+        // -Wrestrict.
         if (!text.empty()) {
             text += ' ';
         }
@@ -180,13 +200,22 @@ int RunDemo(const DemoOptions& options) {
     std::printf("lumocam demo: a camera application step by step, on the simulated camera\n");
 
     Step(1, "Discovery");
-    CameraRecords records(Discovery(kSimProducer));
+    const std::string simProducer = FindSimProducer();
+    CameraRecords records(Discovery(simProducer.c_str()));
     if (records.All().empty()) {
         throw ToolError(kExitNoCamera, std::string("no simulated camera: ") + kSimProducer +
-                                           " must lie beside libLumoGenICam in " + LibraryFolder() +
-                                           " (the build puts it there)");
+                                           " lies neither beside libLumoGenICam in " +
+                                           LibraryFolder() +
+                                           " nor in " LUMOCAM_SIM_FOLDER
+                                           " beside this tool (run `lumocam "
+                                           "producers` to see what was tried)");
     }
-    std::printf("   producers are found beside the library in %s\n", LibraryFolder().c_str());
+    if (simProducer == kSimProducer) {
+        std::printf("   producers are found beside the library in %s\n", LibraryFolder().c_str());
+    } else {
+        std::printf("   the simulated producer is found through GENICAM_GENTL64_PATH=%s\n",
+                    std::filesystem::path(simProducer).parent_path().c_str());
+    }
     for (ICameraInfo* info : records.All()) {
         std::printf("   found %s camera %s %s, serial %s%s%s\n",
                     TlTypeName(info->GetTLType()).c_str(), info->GetManufacture(), info->GetModel(),

@@ -44,7 +44,10 @@ void PrintJson(const CameraRecords& records) {
 
 void PrintTable(const CameraRecords& records) {
     if (records.All().empty()) {
-        std::cout << "No cameras found. Producers (*.cti) are searched beside libLumoGenICam.\n";
+        // Say which producers were tried, so that a missing camera is not a mystery.
+        std::cout << "No cameras found. Producers considered (beside libLumoGenICam, then "
+                     "GENICAM_GENTL64_PATH):\n";
+        PrintProducerReports(GetProducerReports(), std::cout);
         return;
     }
     std::printf("%-3s %-5s %-14s %-18s %-14s %-12s %-18s %s\n", "#", "TL", "vendor", "model",

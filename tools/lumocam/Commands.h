@@ -1,8 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <list>
 #include <optional>
+#include <ostream>
 #include <string>
+
+#include "ProducerReport.h"
 
 // One function per lumocam command. Each answers its exit code or throws
 // ToolError; all of them use the library's public interface only.
@@ -13,6 +17,13 @@ struct ListOptions {
     bool json = false;
 };
 int RunList(const ListOptions& options);
+
+struct ProducersOptions {
+    bool json = false;
+};
+int RunProducers(const ProducersOptions& options);
+// One line per producer: state, path, origin and why it is not used.
+void PrintProducerReports(const std::list<VEXOGENICAM::ProducerReport>& reports, std::ostream& out);
 
 struct InfoOptions {
     std::string camera;

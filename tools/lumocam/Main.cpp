@@ -19,12 +19,17 @@ int main(int argc, char** argv) {
         "feature,\n5 read-only or not accessible, 6 bad or out-of-range value, 130 Ctrl-C.");
 
     ListOptions list;
-    CLI::App* listCmd =
-        app.add_subcommand("list", "every camera of every producer beside the library");
+    CLI::App* listCmd = app.add_subcommand(
+        "list", "every camera of every producer (beside the library, then GENICAM_GENTL64_PATH)");
     listCmd->add_option("--tl", list.tlTypes,
                         "only these transport layers, comma-separated: gev, u3v, cl, cxp, iidc, "
                         "uvc, clhs, ethernet, pci");
     listCmd->add_flag("--json", list.json, "machine-readable output");
+
+    ProducersOptions producers;
+    CLI::App* producersCmd =
+        app.add_subcommand("producers", "every producer file considered: loaded, or why not");
+    producersCmd->add_flag("--json", producers.json, "machine-readable output");
 
     InfoOptions info;
     CLI::App* infoCmd =
@@ -75,6 +80,8 @@ int main(int argc, char** argv) {
     try {
         if (listCmd->parsed())
             return RunList(list);
+        if (producersCmd->parsed())
+            return RunProducers(producers);
         if (infoCmd->parsed())
             return RunInfo(info);
         if (getCmd->parsed())
