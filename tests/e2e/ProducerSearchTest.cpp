@@ -27,8 +27,8 @@ std::string OneCamera(const std::string& serial, const std::string& extra = "") 
 }
 
 std::string Fault(const std::string& function, int code) {
-    return R"(, "faults": {"calls": [{"function": ")" + function +
-           R"(", "error": )" + std::to_string(code) + R"(, "mode": "always"}]})";
+    return R"(, "faults": {"calls": [{"function": ")" + function + R"(", "error": )" +
+           std::to_string(code) + R"(, "mode": "always"}]})";
 }
 
 std::vector<std::string> Serials() {

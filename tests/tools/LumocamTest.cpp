@@ -63,6 +63,9 @@ public:
         m_config = m_dir.Write("sim.json", config);
     }
     const fs::path& Dir() const { return m_dir.Path(); }
+    ScenarioDir& Scenario() { return m_dir; }
+    // An environment variable for every later run.
+    void Env(const std::string& name, const std::string& value) { m_env.emplace_back(name, value); }
 
     // Starts lumocam; stdout and stderr go to files in the scenario folder.
     pid_t Start(const std::vector<std::string>& args) {
@@ -79,6 +82,9 @@ public:
                 _exit(126);
             }
             setenv("LUMOSIM_CONFIG", m_config.c_str(), 1);
+            for (const auto& [name, value] : m_env) {
+                setenv(name.c_str(), value.c_str(), 1);
+            }
             std::vector<char*> raw;
             for (auto& a : argv) {
                 raw.push_back(a.data());
@@ -105,6 +111,7 @@ public:
 private:
     ScenarioDir m_dir;
     fs::path m_config;
+    std::vector<std::pair<std::string, std::string>> m_env;
 };
 
 struct Picture {
@@ -203,6 +210,48 @@ TEST(LumocamTest, ListShowsEveryCameraAndFiltersByTransportLayer) {
     EXPECT_EQ(tool.Run({"list", "--tl", "firewire"}).code, 2);
     EXPECT_EQ(tool.Run({"list", "--bogus"}).code, 2);
     EXPECT_EQ(tool.Run({}).code, 2);
+}
+
+// A copy of the library with a good, a broken and a linked producer beside it:
+// `producers` names each with its reason, and `list` says why no camera came.
+TEST(LumocamTest, ProducersAndAnEmptyListSayWhatWasTriedAndWhy) {
+    Lumocam tool;
+    const fs::path lib = tool.Dir() / "lib";
+    fs::create_directories(lib);
+    fs::copy_file(fs::path(LUMO_LIB_DIR) / "libLumoGenICam.so.0", lib / "libLumoGenICam.so.0");
+    fs::copy_file(fs::path(LUMO_LIB_DIR) / "LumoSim.cti", lib / "good.cti");
+    tool.Scenario().Write("lib/broken.cti", "not a library\n");
+    fs::create_symlink(lib / "good.cti", lib / "linked.cti");
+    tool.Env("LD_LIBRARY_PATH", lib.string());
+
+    const Result text = tool.Run({"producers"});
+    ASSERT_EQ(text.code, 0) << text.err;
+    const auto line = [&](const std::string& file) {
+        const auto at = text.out.find(file);
+        return at == std::string::npos
+                   ? std::string()
+                   : text.out.substr(text.out.rfind('\n', at) + 1,
+                                     text.out.find('\n', at) - text.out.rfind('\n', at) - 1);
+    };
+    EXPECT_NE(line("good.cti").find("loaded"), std::string::npos) << text.out;
+    EXPECT_NE(line("broken.cti").find("not a loadable shared library"), std::string::npos)
+        << text.out;
+    EXPECT_NE(line("linked.cti").find("GENICAM_GENTL64_PATH"), std::string::npos) << text.out;
+
+    const Result json = tool.Run({"producers", "--json"});
+    ASSERT_EQ(json.code, 0) << json.err;
+    const auto reports = nlohmann::json::parse(json.out);
+    ASSERT_EQ(reports.size(), 3u) << json.out;
+    for (const auto& report : reports) {
+        EXPECT_TRUE(report.contains("path") && report.contains("state")) << report;
+    }
+
+    // Without cameras the list explains itself.
+    tool.Scenario().Write("sim.json", R"({"interfaces": [{"id": "IF0", "devices": []}]})");
+    const Result list = tool.Run({"list"});
+    ASSERT_EQ(list.code, 0) << list.err;
+    EXPECT_NE(list.out.find("No cameras found"), std::string::npos) << list.out;
+    EXPECT_NE(list.out.find("broken.cti"), std::string::npos) << list.out;
 }
 
 TEST(LumocamTest, InfoShowsRecordDescriptionFilesAndFeatureTree) {
