@@ -3,6 +3,7 @@
 #   make test                install what is missing, build, run every test
 #   make test SANITIZE=address|thread
 #   make bench               build the benchmarks (Release) and print the ratio table
+#   make docs                the public API reference (Doxygen) in build-docs/html
 #   make format | clean | install PREFIX=/usr/local
 
 BUILD_TYPE ?= RelWithDebInfo
@@ -35,7 +36,7 @@ GENERATOR := $(shell command -v ninja >/dev/null 2>&1 && echo Ninja || echo "Uni
 CMAKE_FLAGS = -G "$(GENERATOR)" -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DLUMO_SANITIZE=$(SANITIZE) \
               -DCMAKE_INSTALL_PREFIX=$(PREFIX)
 
-.PHONY: all bootstrap configure build run test stress bench format install clean
+.PHONY: all bootstrap configure build run test stress bench docs format install clean
 
 all: build
 
@@ -66,6 +67,13 @@ bench: bootstrap
 	@cmake --build build-bench -j $(JOBS)
 	@scripts/run-bench.sh build-bench
 
+# Fails on any Doxygen warning, so that the reference stays whole.
+docs: PROFILE := docs
+docs: bootstrap
+	@rm -rf build-docs
+	@doxygen docs/Doxyfile
+	@echo "API reference: build-docs/html/index.html"
+
 format:
 	@git ls-files -z -- '*.h' '*.hpp' '*.cpp' '*.c' | xargs -0 clang-format -i
 
@@ -76,4 +84,4 @@ install: build
 	@cmake --install $(BUILD_DIR)
 
 clean:
-	@rm -rf build build-asan build-tsan build-bench
+	@rm -rf build build-asan build-tsan build-bench build-docs

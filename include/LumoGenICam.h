@@ -12,6 +12,7 @@
 #include "IEvent.h"
 #include "ICamera.h"
 #include "LumoEntry.h"
+#include "LumoResultCodes.h"
 #include "ProducerReport.h"
 #include "SimpleLog.h"
 #include "PixelFormats.h"

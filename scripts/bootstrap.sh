@@ -4,6 +4,7 @@
 #   scripts/bootstrap.sh build   the library, the simulated producer, lumocam, the demo
 #   scripts/bootstrap.sh test    build + what the test suites need
 #   scripts/bootstrap.sh bench   build + the benchmarks and their reference peers
+#   scripts/bootstrap.sh docs    Doxygen for the API reference
 set -euo pipefail
 
 profile=${1:-test}
@@ -27,11 +28,16 @@ BENCH_PACKAGES=(
     libopencv-dev libyuv-dev
 )
 
+DOCS_PACKAGES=(
+    doxygen
+)
+
 case "$profile" in
     build) PACKAGES=("${BUILD_PACKAGES[@]}") ;;
     test) PACKAGES=("${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}") ;;
     bench) PACKAGES=("${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}") ;;
-    *) echo "bootstrap: unknown profile '$profile' (build, test or bench)" >&2; exit 2 ;;
+    docs) PACKAGES=("${DOCS_PACKAGES[@]}") ;;
+    *) echo "bootstrap: unknown profile '$profile' (build, test, bench or docs)" >&2; exit 2 ;;
 esac
 
 missing=()

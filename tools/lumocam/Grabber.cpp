@@ -42,14 +42,15 @@ std::string FrameFileName(std::uint64_t frameId, const char* extension) {
 
 bool IsImageResult(int rc) {
     // 0, or a buffer whose metadata failed: the image is handed out anyway.
-    return rc == 0 || (rc <= -21 && rc >= -26);
+    return rc == result::kOk || (rc <= result::grab_image::kImageMissingBuffer &&
+                                 rc >= result::grab_image::kImageLargerThanBuffer);
 }
 
 const char* GrabFailure(int rc) {
     switch (rc) {
-        case -1:
+        case result::grab_image::kNotGrabbing:
             return "the camera is not grabbing";
-        case -12:
+        case result::grab_image::kAborted:
             return "acquisition was stopped";
         default:
             return "waiting for a frame failed";
@@ -126,7 +127,7 @@ GrabResult Grab(ICamera* camera, const GrabSettings& settings) {
         const std::uint64_t slice = std::min(kWaitSliceMs, settings.timeoutMs - waitedMs);
         const int rc = camera->GrabImage(&raw, slice);
         ImagePtr image(raw);
-        if (rc == -11) {
+        if (rc == result::grab_image::kTimeout) {
             waitedMs += slice;
             if (waitedMs >= settings.timeoutMs) {
                 result.timedOut = true;

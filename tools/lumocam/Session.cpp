@@ -38,19 +38,19 @@ std::string Lower(std::string text) {
 
 const char* OpenFailure(int code) {
     switch (code) {
-        case -1:
+        case result::open::kNoProducer:
             return "no producer serves it";
-        case -2:
+        case result::open::kDeviceNotOpened:
             return "the device cannot be reached or opened (busy or no access?)";
-        case -3:
+        case result::open::kNoRemotePort:
             return "it has no remote device port";
-        case -4:
+        case result::open::kStreamCountFailed:
             return "its data streams cannot be counted";
-        case -5:
+        case result::open::kNoDataStream:
             return "it has no data stream";
-        case -6:
+        case result::open::kStreamIdFailed:
             return "its data stream ID cannot be read";
-        case -7:
+        case result::open::kStreamOpenFailed:
             return "its data stream cannot be opened";
         default:
             return "the producer refused";
