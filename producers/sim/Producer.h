@@ -49,6 +49,8 @@ public:
     CFaultInjector faults;
     CHandleRegistry handles;
     std::unique_ptr<CSystem> system;
+    // Registered events by handle; the modules hold them too, by event type.
+    std::unordered_map<void*, std::shared_ptr<CEvent>> events;
     std::string path;  // file of this producer
     std::mutex lock;   // serialises every call; blocking waits run without it
 };
