@@ -68,23 +68,9 @@ CProducer& EnterCall(const char* name) {
 }
 
 const char* HandleKindName(Kind k) {
-    switch (k) {
-        case Kind::System:
-            return "system";
-        case Kind::Interface:
-            return "interface";
-        case Kind::Device:
-            return "device";
-        case Kind::RemoteDevice:
-            return "remote device port";
-        case Kind::Stream:
-            return "data stream";
-        case Kind::Buffer:
-            return "buffer";
-        case Kind::Event:
-            return "event";
-    }
-    return "?";
+    static const char* const kNames[] = {"system",      "interface", "device", "remote device port",
+                                         "data stream", "buffer",    "event"};
+    return kNames[static_cast<size_t>(k)];
 }
 
 void RequireReachable(const CModule* m) {
@@ -104,6 +90,12 @@ GC_ERROR OutString(const std::string& s, char* buf, size_t* piSize) {
     Expect(InfoValue::String(s).CopyOut(&t, buf, piSize) == GC_ERR_SUCCESS, GC_ERR_BUFFER_TOO_SMALL,
            "buffer too small for the string");
     return Ok();
+}
+
+GC_ERROR OutListEntry(const std::vector<std::string>& list, uint32_t index, const char* rangeText,
+                      char* buf, size_t* piSize) {
+    Expect(index < list.size(), GC_ERR_INVALID_INDEX, rangeText);
+    return OutString(list[index], buf, piSize);
 }
 
 }  // namespace LumoSim

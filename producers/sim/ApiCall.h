@@ -11,7 +11,9 @@
 #include <mutex>
 #include <new>
 #include <string>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "InfoValue.h"
 #include "Producer.h"
@@ -82,34 +84,15 @@ inline GenTL::GC_ERROR Ok() {
 
 // --- handles -----------------------------------------------------------------------------------
 
-template <typename T>
-struct HandleKind;
-template <>
-struct HandleKind<CSystem> {
-    static constexpr Kind kind = Kind::System;
-};
-template <>
-struct HandleKind<CInterface> {
-    static constexpr Kind kind = Kind::Interface;
-};
-template <>
-struct HandleKind<CDevice> {
-    static constexpr Kind kind = Kind::Device;
-};
-template <>
-struct HandleKind<CDataStream> {
-    static constexpr Kind kind = Kind::Stream;
-};
-
 const char* HandleKindName(Kind k);
 
-// The object behind `h`, or GC_ERR_INVALID_HANDLE.
+// The module behind `h`, or GC_ERR_INVALID_HANDLE.
 template <typename T>
 T& Handle(CProducer& p, void* h) {
-    T* object = p.handles.Get<T>(h, HandleKind<T>::kind);
+    T* object = p.handles.Get<T>(h, T::kHandleKind);
     if (!object)
         Fail(GenTL::GC_ERR_INVALID_HANDLE,
-             std::string("not a valid ") + HandleKindName(HandleKind<T>::kind) + " handle");
+             std::string("not a valid ") + HandleKindName(T::kHandleKind) + " handle");
     return *object;
 }
 
@@ -122,5 +105,31 @@ void RequireReachable(const CModule* m);
 GenTL::GC_ERROR Out(const InfoValue& v, GenTL::INFO_DATATYPE* piType, void* pBuffer,
                     size_t* piSize);
 GenTL::GC_ERROR OutString(const std::string& s, char* buf, size_t* piSize);
+// Entry `index` of an enumeration of IDs, or GC_ERR_INVALID_INDEX with `rangeText`.
+GenTL::GC_ERROR OutListEntry(const std::vector<std::string>& list, uint32_t index,
+                             const char* rangeText, char* buf, size_t* piSize);
+
+// Stores `value` through `out`, which must not be null.
+template <typename T>
+GenTL::GC_ERROR Store(T* out, std::type_identity_t<T> value, const char* nullText) {
+    Require(out, nullText);
+    *out = value;
+    return Ok();
+}
+
+// Takes `list` as the enumeration of `module` (its interfaces or devices), rebuilding the
+// module's registers when it changed, and tells whether it did through `pbChanged`, if given.
+template <typename M>
+GenTL::GC_ERROR UpdateList(M& module, std::vector<std::string>& current,
+                           std::vector<std::string> list, bool8_t* pbChanged) {
+    const bool changed = list != current;
+    if (changed) {
+        current = std::move(list);
+        module.Rebuild();
+    }
+    if (pbChanged)
+        *pbChanged = changed;
+    return Ok();
+}
 
 }  // namespace LumoSim

@@ -35,30 +35,27 @@ InfoValue GevInfo(const DeviceConfig& c, DEVICE_INFO_CMD cmd) {
 }  // namespace
 
 InfoValue InterfaceInfo(const InterfaceConfig& c, INTERFACE_INFO_CMD cmd) {
-    switch (cmd) {
-        case INTERFACE_INFO_ID:
-            return InfoValue::String(c.id);
-        case INTERFACE_INFO_DISPLAYNAME:
-            return InfoValue::String(c.displayName);
-        case INTERFACE_INFO_TLTYPE:
-            return InfoValue::String(c.tlType);
-        default:
-            Fail(GC_ERR_NOT_IMPLEMENTED, "unknown INTERFACE_INFO command " + std::to_string(cmd));
-    }
+    using C = InterfaceConfig;
+    if (auto v = InfoValue::Text(c, cmd,
+                                 {{INTERFACE_INFO_ID, &C::id},
+                                  {INTERFACE_INFO_DISPLAYNAME, &C::displayName},
+                                  {INTERFACE_INFO_TLTYPE, &C::tlType}}))
+        return *v;
+    Fail(GC_ERR_NOT_IMPLEMENTED, "unknown INTERFACE_INFO command " + std::to_string(cmd));
 }
 
 InfoValue DeviceInfo(const DeviceConfig& c, const CDevice* open, DEVICE_INFO_CMD cmd) {
+    using C = DeviceConfig;
+    if (auto v = InfoValue::Text(c, cmd,
+                                 {{DEVICE_INFO_ID, &C::id},
+                                  {DEVICE_INFO_VENDOR, &C::vendor},
+                                  {DEVICE_INFO_MODEL, &C::model},
+                                  {DEVICE_INFO_TLTYPE, &C::tlType},
+                                  {DEVICE_INFO_DISPLAYNAME, &C::displayName},
+                                  {DEVICE_INFO_SERIAL_NUMBER, &C::serial},
+                                  {DEVICE_INFO_VERSION, &C::version}}))
+        return *v;
     switch (cmd) {
-        case DEVICE_INFO_ID:
-            return InfoValue::String(c.id);
-        case DEVICE_INFO_VENDOR:
-            return InfoValue::String(c.vendor);
-        case DEVICE_INFO_MODEL:
-            return InfoValue::String(c.model);
-        case DEVICE_INFO_TLTYPE:
-            return InfoValue::String(c.tlType);
-        case DEVICE_INFO_DISPLAYNAME:
-            return InfoValue::String(c.displayName);
         case DEVICE_INFO_ACCESS_STATUS:
             return InfoValue::I32(!open ? c.accessStatus
                                   : open->openFlags == DEVICE_ACCESS_READONLY
@@ -68,10 +65,6 @@ InfoValue DeviceInfo(const DeviceConfig& c, const CDevice* open, DEVICE_INFO_CMD
             Expect(!c.userName.empty(), GC_ERR_NOT_AVAILABLE,
                    "the device has no user-defined name");
             return InfoValue::String(c.userName);
-        case DEVICE_INFO_SERIAL_NUMBER:
-            return InfoValue::String(c.serial);
-        case DEVICE_INFO_VERSION:
-            return InfoValue::String(c.version);
         case DEVICE_INFO_TIMESTAMP_FREQUENCY:
             return InfoValue::U64(c.timestampFrequency);
         default:

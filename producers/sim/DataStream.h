@@ -38,6 +38,7 @@ public:
     // Taking or dropping one of its entries takes the buffer out of the output queue.
     std::shared_ptr<CEvent> MakeNewBufferEvent();
     void Wake() { cv_.notify_all(); }
+    static constexpr Kind kHandleKind = Kind::Stream;
 
 private:
     void Run();

@@ -1,5 +1,6 @@
 // The data stream module (DS*): buffers, acquisition and their information.
 #include <algorithm>
+#include <optional>
 
 #include "ApiCall.h"
 #include "Teardown.h"
@@ -41,41 +42,49 @@ InfoValue BufferInfo(const CDataStream& ds, const CBuffer& b, BUFFER_INFO_CMD cm
                            cmd == BUFFER_INFO_IS_COMPOSITE;
     if (!fixedFact && cmd >= 0 && cmd <= BUFFER_INFO_IS_COMPOSITE)
         RequireNotFilling(b);
+    using B = CBuffer;
+    using P = SceneParams;
+    std::optional<InfoValue> v =
+        InfoValue::Field<size_t>(b, cmd, InfoValue::SizeT,
+                                 {{BUFFER_INFO_SIZE, &B::size},
+                                  {BUFFER_INFO_SIZE_FILLED, &B::sizeFilled},
+                                  {BUFFER_INFO_DATA_SIZE, &B::dataSize}});
+    if (!v) {
+        v = InfoValue::Field<uint64_t>(b, cmd, InfoValue::U64,
+                                       {{BUFFER_INFO_TIMESTAMP, &B::timestamp},
+                                        {BUFFER_INFO_FRAMEID, &B::frameId},
+                                        {BUFFER_INFO_TIMESTAMP_NS, &B::timestampNs}});
+    }
+    if (!v) {
+        v = InfoValue::Field<bool>(b, cmd, InfoValue::Bool,
+                                   {{BUFFER_INFO_NEW_DATA, &B::newData},
+                                    {BUFFER_INFO_IS_INCOMPLETE, &B::incomplete},
+                                    {BUFFER_INFO_DATA_LARGER_THAN_BUFFER, &B::largerThanBuffer}});
+    }
+    if (!v) {
+        v = InfoValue::Field<uint32_t>(b.params, cmd, InfoValue::SizeT,
+                                       {{BUFFER_INFO_WIDTH, &P::width},
+                                        {BUFFER_INFO_HEIGHT, &P::height},
+                                        {BUFFER_INFO_XOFFSET, &P::offsetX},
+                                        {BUFFER_INFO_YOFFSET, &P::offsetY}});
+    }
+    if (v)
+        return *v;
     switch (cmd) {
         case BUFFER_INFO_BASE:
             return InfoValue::Ptr(b.base);
-        case BUFFER_INFO_SIZE:
-            return InfoValue::SizeT(b.size);
         case BUFFER_INFO_USER_PTR:
             return InfoValue::Ptr(b.userPtr);
-        case BUFFER_INFO_TIMESTAMP:
-            return InfoValue::U64(b.timestamp);
-        case BUFFER_INFO_NEW_DATA:
-            return InfoValue::Bool(b.newData);
         case BUFFER_INFO_IS_QUEUED:
             return InfoValue::Bool(b.IsQueued());
         case BUFFER_INFO_IS_ACQUIRING:
             return InfoValue::Bool(filling);
-        case BUFFER_INFO_IS_INCOMPLETE:
-            return InfoValue::Bool(b.incomplete);
         case BUFFER_INFO_TLTYPE:
             return InfoValue::String(ds.tlType);
-        case BUFFER_INFO_SIZE_FILLED:
-            return InfoValue::SizeT(b.sizeFilled);
-        case BUFFER_INFO_WIDTH:
-            return InfoValue::SizeT(b.params.width);
-        case BUFFER_INFO_HEIGHT:
-            return InfoValue::SizeT(b.params.height);
-        case BUFFER_INFO_XOFFSET:
-            return InfoValue::SizeT(b.params.offsetX);
-        case BUFFER_INFO_YOFFSET:
-            return InfoValue::SizeT(b.params.offsetY);
         case BUFFER_INFO_XPADDING:
         case BUFFER_INFO_YPADDING:
         case BUFFER_INFO_IMAGEOFFSET:
             return InfoValue::SizeT(0);
-        case BUFFER_INFO_FRAMEID:
-            return InfoValue::U64(b.frameId);
         case BUFFER_INFO_IMAGEPRESENT:
             return InfoValue::Bool(filling || b.newData || b.sizeFilled > 0);
         case BUFFER_INFO_PAYLOADTYPE:
@@ -95,12 +104,6 @@ InfoValue BufferInfo(const CDataStream& ds, const CBuffer& b, BUFFER_INFO_CMD cm
         case BUFFER_INFO_PIXEL_ENDIANNESS:
             return InfoValue::I32(b.params.bigEndian16 ? PIXELENDIANNESS_BIG
                                                        : PIXELENDIANNESS_LITTLE);
-        case BUFFER_INFO_DATA_SIZE:
-            return InfoValue::SizeT(b.dataSize);
-        case BUFFER_INFO_TIMESTAMP_NS:
-            return InfoValue::U64(b.timestampNs);
-        case BUFFER_INFO_DATA_LARGER_THAN_BUFFER:
-            return InfoValue::Bool(b.largerThanBuffer);
         case BUFFER_INFO_CONTAINS_CHUNKDATA:
             return InfoValue::Bool(!b.chunks.empty());
         case BUFFER_INFO_IS_COMPOSITE:
@@ -115,27 +118,27 @@ InfoValue StreamInfo(CDataStream& ds, STREAM_INFO_CMD cmd) {
     if (cmd == STREAM_INFO_PAYLOAD_SIZE)
         return InfoValue::SizeT(static_cast<size_t>(ds.PayloadSize()));
     std::lock_guard<std::mutex> g(*ds.lock);
+    using D = CDataStream;
+    if (auto v = InfoValue::Field<uint64_t>(ds, cmd, InfoValue::U64,
+                                            {{STREAM_INFO_NUM_DELIVERED, &D::delivered},
+                                             {STREAM_INFO_NUM_UNDERRUN, &D::underruns},
+                                             {STREAM_INFO_NUM_STARTED, &D::started}}))
+        return *v;
     switch (cmd) {
         case STREAM_INFO_ID:
             return InfoValue::String(ds.id);
-        case STREAM_INFO_NUM_DELIVERED:
-            return InfoValue::U64(ds.delivered);
-        case STREAM_INFO_NUM_UNDERRUN:
-            return InfoValue::U64(ds.underruns);
+        case STREAM_INFO_TLTYPE:
+            return InfoValue::String(ds.tlType);
         case STREAM_INFO_NUM_ANNOUNCED:
             return InfoValue::SizeT(ds.buffers.size());
         case STREAM_INFO_NUM_QUEUED:
             return InfoValue::SizeT(ds.CountQueued());
         case STREAM_INFO_NUM_AWAIT_DELIVERY:
             return InfoValue::SizeT(ds.output.size());
-        case STREAM_INFO_NUM_STARTED:
-            return InfoValue::U64(ds.started);
         case STREAM_INFO_IS_GRABBING:
             return InfoValue::Bool(ds.grabbing);
         case STREAM_INFO_DEFINES_PAYLOADSIZE:
             return InfoValue::Bool(false);
-        case STREAM_INFO_TLTYPE:
-            return InfoValue::String(ds.tlType);
         case STREAM_INFO_NUM_CHUNKS_MAX:
             return InfoValue::SizeT(CamReg::kChunkCount);
         case STREAM_INFO_BUF_ANNOUNCE_MIN:
@@ -148,22 +151,19 @@ InfoValue StreamInfo(CDataStream& ds, STREAM_INFO_CMD cmd) {
     }
 }
 
-// Under the stream lock.
+// Under the stream lock. A buffer is its one segment, whether being filled or not.
 InfoValue SegmentInfo(const CBuffer& b, SEGMENT_INFO_CMD cmd) {
-    switch (cmd) {
-        case SEGMENT_INFO_BASE:
-            return InfoValue::Ptr(b.base);
-        case SEGMENT_INFO_SIZE:
-            return InfoValue::SizeT(b.size);
-        case SEGMENT_INFO_IS_INCOMPLETE:
-            return InfoValue::Bool(b.incomplete);
-        case SEGMENT_INFO_SIZE_FILLED:
-            return InfoValue::SizeT(b.sizeFilled);
-        case SEGMENT_INFO_DATA_SIZE:
-            return InfoValue::SizeT(b.dataSize);
-        default:
-            Fail(GC_ERR_NOT_IMPLEMENTED, "unknown SEGMENT_INFO command");
-    }
+    using B = CBuffer;
+    if (auto v = InfoValue::Field<size_t>(b, cmd, InfoValue::SizeT,
+                                          {{SEGMENT_INFO_SIZE, &B::size},
+                                           {SEGMENT_INFO_SIZE_FILLED, &B::sizeFilled},
+                                           {SEGMENT_INFO_DATA_SIZE, &B::dataSize}}))
+        return *v;
+    if (cmd == SEGMENT_INFO_BASE)
+        return InfoValue::Ptr(b.base);
+    if (cmd == SEGMENT_INFO_IS_INCOMPLETE)
+        return InfoValue::Bool(b.incomplete);
+    Fail(GC_ERR_NOT_IMPLEMENTED, "unknown SEGMENT_INFO command");
 }
 
 // Under the stream lock.
@@ -337,10 +337,8 @@ GC_API DSGetBufferInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, BUFFER_INFO
 
 GC_API DSGetParentDev(DS_HANDLE hDataStream, DEV_HANDLE* phDevice) {
     return Guarded("DSGetParentDev", [&](CProducer& p) {
-        const CDataStream& ds = Handle<CDataStream>(p, hDataStream);
-        Require(phDevice, "phDevice is null");
-        *phDevice = ds.device->handle;
-        return Ok();
+        return Store(phDevice, Handle<CDataStream>(p, hDataStream).device->handle,
+                     "phDevice is null");
     });
 }
 
@@ -445,9 +443,7 @@ GC_API DSGetNumBufferSegments(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer,
                               uint32_t* piNumSegments) {
     return Guarded("DSGetNumBufferSegments", [&](CProducer& p) {
         BufferOf(p, hDataStream, hBuffer);
-        Require(piNumSegments, "piNumSegments is null");
-        *piNumSegments = 1;
-        return Ok();
+        return Store(piNumSegments, 1, "piNumSegments is null");
     });
 }
 

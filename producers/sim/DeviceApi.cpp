@@ -52,8 +52,8 @@ GC_API DevGetDataStreamID(DEV_HANDLE hDevice, uint32_t iIndex, char* sDataStream
     return Guarded("DevGetDataStreamID", [&](CProducer& p) {
         CDevice& d = ReachableDevice(p, hDevice);
         RequireStreams(d);
-        Expect(iIndex < d.cfg.streams, GC_ERR_INVALID_INDEX, "stream index out of range");
-        return OutString(d.StreamIds()[iIndex], sDataStreamID, piSize);
+        return OutListEntry(d.StreamIds(), iIndex, "stream index out of range", sDataStreamID,
+                            piSize);
     });
 }
 
@@ -94,10 +94,7 @@ GC_API DevClose(DEV_HANDLE hDevice) {
 
 GC_API DevGetParentIF(DEV_HANDLE hDevice, IF_HANDLE* phIface) {
     return Guarded("DevGetParentIF", [&](CProducer& p) {
-        const CDevice& d = Handle<CDevice>(p, hDevice);
-        Require(phIface, "phIface is null");
-        *phIface = d.parent.handle;
-        return Ok();
+        return Store(phIface, Handle<CDevice>(p, hDevice).parent.handle, "phIface is null");
     });
 }
 

@@ -51,31 +51,22 @@ GC_API IFUpdateDeviceList(IF_HANDLE hIface, bool8_t* pbChanged, uint64_t) {
             if (!open || !open->dropped)
                 list.push_back(d.id);
         }
-        const bool changed = list != i.deviceList;
-        if (changed) {
-            i.deviceList = list;
-            i.Rebuild();
-        }
-        if (pbChanged)
-            *pbChanged = changed;
-        return Ok();
+        return UpdateList(i, i.deviceList, std::move(list), pbChanged);
     });
 }
 
 GC_API IFGetNumDevices(IF_HANDLE hIface, uint32_t* piNumDevices) {
     return Guarded("IFGetNumDevices", [&](CProducer& p) {
         const CInterface& i = Handle<CInterface>(p, hIface);
-        Require(piNumDevices, "piNumDevices is null");
-        *piNumDevices = static_cast<uint32_t>(i.deviceList.size());
-        return Ok();
+        return Store(piNumDevices, static_cast<uint32_t>(i.deviceList.size()),
+                     "piNumDevices is null");
     });
 }
 
 GC_API IFGetDeviceID(IF_HANDLE hIface, uint32_t iIndex, char* sIDeviceID, size_t* piSize) {
     return Guarded("IFGetDeviceID", [&](CProducer& p) {
-        const CInterface& i = Handle<CInterface>(p, hIface);
-        Expect(iIndex < i.deviceList.size(), GC_ERR_INVALID_INDEX, "device index out of range");
-        return OutString(i.deviceList[iIndex], sIDeviceID, piSize);
+        return OutListEntry(Handle<CInterface>(p, hIface).deviceList, iIndex,
+                            "device index out of range", sIDeviceID, piSize);
     });
 }
 
@@ -115,10 +106,7 @@ GC_API IFOpenDevice(IF_HANDLE hIface, const char* sDeviceID, DEVICE_ACCESS_FLAGS
 
 GC_API IFGetParentTL(IF_HANDLE hIface, TL_HANDLE* phSystem) {
     return Guarded("IFGetParentTL", [&](CProducer& p) {
-        const CInterface& i = Handle<CInterface>(p, hIface);
-        Require(phSystem, "phSystem is null");
-        *phSystem = i.parent.handle;
-        return Ok();
+        return Store(phSystem, Handle<CInterface>(p, hIface).parent.handle, "phSystem is null");
     });
 }
 

@@ -71,17 +71,15 @@ GC_ERROR AccessStacked(CProducer& p, PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTR
 }
 
 InfoValue PortInfo(const CModule& m, PORT_INFO_CMD cmd) {
+    if (auto v = InfoValue::Text(m, cmd,
+                                 {{PORT_INFO_ID, &CModule::id},
+                                  {PORT_INFO_VENDOR, &CModule::vendor},
+                                  {PORT_INFO_MODEL, &CModule::model},
+                                  {PORT_INFO_TLTYPE, &CModule::tlType},
+                                  {PORT_INFO_MODULE, &CModule::moduleName},
+                                  {PORT_INFO_PORTNAME, &CModule::portName}}))
+        return *v;
     switch (cmd) {
-        case PORT_INFO_ID:
-            return InfoValue::String(m.id);
-        case PORT_INFO_VENDOR:
-            return InfoValue::String(m.vendor);
-        case PORT_INFO_MODEL:
-            return InfoValue::String(m.model);
-        case PORT_INFO_TLTYPE:
-            return InfoValue::String(m.tlType);
-        case PORT_INFO_MODULE:
-            return InfoValue::String(m.moduleName);
         case PORT_INFO_LITTLE_ENDIAN:
         case PORT_INFO_ACCESS_READ:
             return InfoValue::Bool(true);
@@ -93,8 +91,6 @@ InfoValue PortInfo(const CModule& m, PORT_INFO_CMD cmd) {
             return InfoValue::Bool(!ReadOnly(m));
         case PORT_INFO_VERSION:
             return InfoValue::String("1.0");
-        case PORT_INFO_PORTNAME:
-            return InfoValue::String(m.portName);
         default:
             Fail(GC_ERR_NOT_IMPLEMENTED, "unknown PORT_INFO command " + std::to_string(cmd));
     }
@@ -188,9 +184,7 @@ GC_API GCGetPortInfo(PORT_HANDLE hPort, PORT_INFO_CMD iInfoCmd, INFO_DATATYPE* p
 GC_API GCGetNumPortURLs(PORT_HANDLE hPort, uint32_t* piNumURLs) {
     return Guarded("GCGetNumPortURLs", [&](CProducer& p) {
         PortOf(p, hPort);
-        Require(piNumURLs, "piNumURLs is null");
-        *piNumURLs = 1;
-        return Ok();
+        return Store(piNumURLs, 1, "piNumURLs is null");
     });
 }
 

@@ -28,6 +28,7 @@ public:
     const DeviceConfig* FindDevice(const std::string& id) const;
     CDevice* OpenDevice(const std::string& id) const;
     void Rebuild();  // refreshes the enumeration registers from deviceList
+    static constexpr Kind kHandleKind = Kind::Interface;
 };
 
 class CSystem : public CModule {
@@ -38,6 +39,7 @@ public:
     std::vector<std::string> interfaceList;  // as of the last TLUpdateInterfaceList
     std::vector<std::unique_ptr<CInterface>> open;
     void Rebuild();
+    static constexpr Kind kHandleKind = Kind::System;
 };
 
 // Process-wide producer state between GCInitLib and GCCloseLib.

@@ -19,18 +19,16 @@ std::string FileName(const std::string& path) {
 
 InfoValue TlInfo(const CProducer& p, TL_INFO_CMD cmd) {
     const auto& c = p.config;
+    if (auto v = InfoValue::Text(c, cmd,
+                                 {{TL_INFO_VENDOR, &Config::vendor},
+                                  {TL_INFO_MODEL, &Config::model},
+                                  {TL_INFO_VERSION, &Config::version},
+                                  {TL_INFO_TLTYPE, &Config::tlType}}))
+        return *v;
     switch (cmd) {
         case TL_INFO_ID:
         case TL_INFO_PATHNAME:
             return InfoValue::String(p.path);
-        case TL_INFO_VENDOR:
-            return InfoValue::String(c.vendor);
-        case TL_INFO_MODEL:
-            return InfoValue::String(c.model);
-        case TL_INFO_VERSION:
-            return InfoValue::String(c.version);
-        case TL_INFO_TLTYPE:
-            return InfoValue::String(c.tlType);
         case TL_INFO_NAME:
             return InfoValue::String(FileName(p.path));
         case TL_INFO_DISPLAYNAME:
@@ -180,32 +178,22 @@ GC_API TLUpdateInterfaceList(TL_HANDLE hTL, bool8_t* pbChanged, uint64_t) {
         std::vector<std::string> list;
         for (const auto& itf : p.config.interfaces)
             list.push_back(itf.id);
-        const bool changed = list != s.interfaceList;
-        if (changed) {
-            s.interfaceList = list;
-            s.Rebuild();
-        }
-        if (pbChanged)
-            *pbChanged = changed;
-        return Ok();
+        return UpdateList(s, s.interfaceList, std::move(list), pbChanged);
     });
 }
 
 GC_API TLGetNumInterfaces(TL_HANDLE hTL, uint32_t* piNumIfaces) {
     return Guarded("TLGetNumInterfaces", [&](CProducer& p) {
         const CSystem& s = Handle<CSystem>(p, hTL);
-        Require(piNumIfaces, "piNumIfaces is null");
-        *piNumIfaces = static_cast<uint32_t>(s.interfaceList.size());
-        return Ok();
+        return Store(piNumIfaces, static_cast<uint32_t>(s.interfaceList.size()),
+                     "piNumIfaces is null");
     });
 }
 
 GC_API TLGetInterfaceID(TL_HANDLE hTL, uint32_t iIndex, char* sID, size_t* piSize) {
     return Guarded("TLGetInterfaceID", [&](CProducer& p) {
-        const CSystem& s = Handle<CSystem>(p, hTL);
-        Expect(iIndex < s.interfaceList.size(), GC_ERR_INVALID_INDEX,
-               "interface index out of range");
-        return OutString(s.interfaceList[iIndex], sID, piSize);
+        return OutListEntry(Handle<CSystem>(p, hTL).interfaceList, iIndex,
+                            "interface index out of range", sID, piSize);
     });
 }
 
