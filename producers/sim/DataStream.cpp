@@ -147,6 +147,27 @@ void CDataStream::Stop() {
         thread_.join();
 }
 
+std::shared_ptr<CEvent> CDataStream::MakeNewBufferEvent() {
+    auto ev = std::make_shared<CEvent>(GenTL::EVENT_NEW_BUFFER, lock);
+    auto leaveOutput = [this](const CEvent::Entry& e) {
+        GenTL::EVENT_NEW_BUFFER_DATA d{};
+        std::memcpy(&d, e.data(), std::min(e.size(), sizeof d));
+        auto it = std::find_if(output.begin(), output.end(),
+                               [&](CBuffer* b) { return b->handle == d.BufferHandle; });
+        if (it != output.end()) {
+            (*it)->state = CBuffer::State::Unqueued;
+            output.erase(it);
+        }
+    };
+    ev->onConsume = leaveOutput;
+    ev->onDrop = leaveOutput;
+    std::lock_guard<std::mutex> g(*lock);
+    for (CBuffer* b : output)
+        ev->PushLocked(NewBufferEntry(*b));
+    newBufferEvent = ev;
+    return ev;
+}
+
 void CDataStream::Deliver(CBuffer* buf) {
     buf->state = CBuffer::State::Output;
     output.push_back(buf);

@@ -34,7 +34,11 @@ public:
     int32_t Flush(int32_t mode);
     size_t CountQueued() const;
     uint64_t PayloadSize() const;
+    // A new-buffer event fed by this stream, already holding the buffers awaiting delivery.
+    // Taking or dropping one of its entries takes the buffer out of the output queue.
+    std::shared_ptr<CEvent> MakeNewBufferEvent();
     void Wake() { cv_.notify_all(); }
+    static constexpr Kind kHandleKind = Kind::Stream;
 
 private:
     void Run();

@@ -46,6 +46,7 @@ public:
     uint64_t PayloadSizeLocked() const;
     bool ConsumeFrameSlotLocked();  // false while not armed or waiting for a trigger
     std::vector<std::string> StreamIds() const;
+    static constexpr Kind kHandleKind = Kind::Device;
 
 private:
     void BuildDeviceModule();

@@ -2,6 +2,7 @@
 
 #include <GenTL/GenTL.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 
@@ -101,9 +102,10 @@ CEvent::Entry CEvent::Encode(const std::vector<uint8_t>& id, const std::vector<u
     const auto il = static_cast<uint32_t>(id.size());
     const auto vl = static_cast<uint32_t>(value.size());
     std::memcpy(e.data(), &il, 4);
-    std::memcpy(e.data() + 4, id.data(), id.size());
+    // std::copy, not memcpy: an empty value has no data pointer.
+    std::copy(id.begin(), id.end(), e.begin() + 4);
     std::memcpy(e.data() + 4 + id.size(), &vl, 4);
-    std::memcpy(e.data() + 8 + id.size(), value.data(), value.size());
+    std::copy(value.begin(), value.end(), e.begin() + 8 + static_cast<std::ptrdiff_t>(id.size()));
     return e;
 }
 

@@ -3,7 +3,10 @@
 #include <GenTL/GenTL.h>
 
 #include <cstring>
+#include <initializer_list>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace LumoSim {
@@ -32,6 +35,24 @@ struct InfoValue {
     static InfoValue U32(uint32_t v) { return Of(GenTL::INFO_DATATYPE_UINT32, v); }
     static InfoValue I32(int32_t v) { return Of(GenTL::INFO_DATATYPE_INT32, v); }
     static InfoValue Ptr(void* v) { return Of(GenTL::INFO_DATATYPE_PTR, v); }
+
+    // Many info commands report a plain member of the module, the buffer or the configuration:
+    // the member of `s` that `fields` names for `cmd`, as `make` types it; nothing for the
+    // commands `fields` does not name.
+    template <typename T, typename S>
+    using Fields = std::initializer_list<std::pair<int32_t, T S::*>>;
+    template <typename T, typename S, typename Make>
+    static std::optional<InfoValue> Field(const S& s, int32_t cmd, Make make, Fields<T, S> fields) {
+        for (const auto& [fieldCmd, member] : fields) {
+            if (fieldCmd == cmd)
+                return make(s.*member);
+        }
+        return std::nullopt;
+    }
+    template <typename S>
+    static std::optional<InfoValue> Text(const S& s, int32_t cmd, Fields<std::string, S> fields) {
+        return Field<std::string>(s, cmd, String, fields);
+    }
 
     GenTL::GC_ERROR CopyOut(GenTL::INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) const {
         if (piType)

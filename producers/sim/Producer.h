@@ -28,6 +28,7 @@ public:
     const DeviceConfig* FindDevice(const std::string& id) const;
     CDevice* OpenDevice(const std::string& id) const;
     void Rebuild();  // refreshes the enumeration registers from deviceList
+    static constexpr Kind kHandleKind = Kind::Interface;
 };
 
 class CSystem : public CModule {
@@ -38,6 +39,7 @@ public:
     std::vector<std::string> interfaceList;  // as of the last TLUpdateInterfaceList
     std::vector<std::unique_ptr<CInterface>> open;
     void Rebuild();
+    static constexpr Kind kHandleKind = Kind::System;
 };
 
 // Process-wide producer state between GCInitLib and GCCloseLib.
@@ -49,6 +51,8 @@ public:
     CFaultInjector faults;
     CHandleRegistry handles;
     std::unique_ptr<CSystem> system;
+    // Registered events by handle; the modules hold them too, by event type.
+    std::unordered_map<void*, std::shared_ptr<CEvent>> events;
     std::string path;  // file of this producer
     std::mutex lock;   // serialises every call; blocking waits run without it
 };
