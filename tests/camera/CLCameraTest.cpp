@@ -241,9 +241,10 @@ TEST(CLCameraTest, StopAndCloseReleaseTheBuffers) {
     ASSERT_EQ(camera->GrabImage(&held, 5000), 0);
     camera->StopGrab();
     EXPECT_FALSE(camera->IsGrabbing());
-    EXPECT_EQ(AnnouncedBuffers(camera), 0);
+    EXPECT_EQ(AnnouncedBuffers(camera), 1);  // the held image's buffer
     EXPECT_EQ(TLParamsLocked(camera), 0);
-    held->Release();  // after the stop: not queued again
+    held->Release();  // after the stop: revoked and freed, not queued again
+    EXPECT_EQ(AnnouncedBuffers(camera), 0);
 
     // A stop ends a grab that waits for a frame which never comes.
     SetDeviceFeature(camera, "TriggerMode", "On");
