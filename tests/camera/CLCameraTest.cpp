@@ -273,3 +273,21 @@ TEST(CLCameraTest, StopAndCloseReleaseTheBuffers) {
     ICamera* again = session.Camera();
     EXPECT_EQ(again->Open(DEVICE_OPEN_MODE_EXCLUSIVE), 0);
 }
+
+TEST(CLCameraTest, RefusedRevokeKeepsTheMemoryUntilTheProducerGivesItBack) {
+    CAMERA_SCENARIO();
+    // The first stream stop fails: the stream keeps its buffers and may still
+    // fill them, so their memory must stay until a later stop lets them go.
+    Session session(Config(Grabber(), CallFault("DSStopAcquisition", 1)));
+    ICamera* camera = session.Camera();
+    ASSERT_EQ(camera->Open(DEVICE_OPEN_MODE_CONTROL), 0);
+    for (int cycle = 0; cycle < 3; ++cycle) {
+        SCOPED_TRACE(cycle);
+        ASSERT_EQ(camera->StartGrab(GRAB_STRATEGY_ONE_BY_ONE, GENTL_INFINITE), 0);
+        EXPECT_EQ(AnnouncedBuffers(camera), 8);
+        GrabAndCompare(camera, 0x01080001, 1, 3);
+        camera->StopGrab();
+        EXPECT_EQ(AnnouncedBuffers(camera), 0);
+    }
+    camera->Close();
+}
