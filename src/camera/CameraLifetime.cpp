@@ -154,6 +154,9 @@ void CCamera::RevokeRetired() {
         delete[] static_cast<unsigned char*>(it->second.reserved);
         it = m_retired.erase(it);
     }
+    if (m_retired.empty()) {
+        m_bStreamStopFailed = false;  // nothing left that a stop would free
+    }
 }
 
 void CCamera::ImageReleased(CGenImage* image, void* buffer, std::uint64_t acquisition) {
