@@ -319,6 +319,7 @@ TEST(CameraLifetimeTest, ReleasingAGigECameraWhileItsWorkerGrabs) {
         IImage* image = nullptr;
         ASSERT_EQ(camera->GrabImage(&image, 2000), 0);
         image->Release();
-        camera->Release();  // the worker is still grabbing
+        std::this_thread::sleep_for(20ms);  // the worker takes frame after frame
+        camera->Release();
     }
 }
