@@ -70,15 +70,10 @@ ICameraInfo* CCamera::GetCameraInfo() {
 }
 
 int CCamera::Open(DEVICE_OPEN_MODE mode) {
-    std::unique_lock<std::recursive_mutex> guard(m_lock);
-    BeginTeardown(guard);
-    guard.unlock();
     // Reopening closes the modules: the acquisition and the registrations end
     // first, without the lock that their threads may be waiting for.
-    StopGrab();
-    EndNotifies(TakeNotifies());
-    guard.lock();
-    m_grabDone.wait(guard, [this] { return m_notifiesEnding == 0; });
+    std::unique_lock<std::recursive_mutex> guard(m_lock);
+    BeginTeardown(guard);
     if (m_pDevPort) {
         CloseAction();
     }

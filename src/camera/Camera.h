@@ -174,7 +174,9 @@ private:
     // them without the lock (their callbacks may call into the camera).
     std::unordered_map<std::uint64_t, void*> TakeNotifies();
     void EndNotifies(const std::unordered_map<std::uint64_t, void*>& notifies);
-    // Marks an Open or Close in progress once the previous one has finished.
+    // Marks an Open or Close in progress once the previous one has finished,
+    // then stops the acquisition and ends the registrations without the lock;
+    // returns with the lock held again.
     void BeginTeardown(std::unique_lock<std::recursive_mutex>& guard);
     void EndTeardown();
 

@@ -45,7 +45,16 @@ void CCamera::Retire() {
 
 void CCamera::BeginTeardown(std::unique_lock<std::recursive_mutex>& guard) {
     m_grabDone.wait(guard, [this] { return !m_bClosing; });
+    // Marked first so that no start or registration slips in between the stop
+    // and the close: they answer as on a closed camera from here on.
     m_bClosing = true;
+    guard.unlock();
+    StopGrab();
+    // Registrations end before the close action and without the lock, which
+    // their callbacks may be waiting for.
+    EndNotifies(TakeNotifies());
+    guard.lock();
+    m_grabDone.wait(guard, [this] { return m_notifiesEnding == 0; });
 }
 
 void CCamera::EndTeardown() {
@@ -55,16 +64,7 @@ void CCamera::EndTeardown() {
 
 void CCamera::Close() {
     std::unique_lock<std::recursive_mutex> guard(m_lock);
-    // Marked first so that no start or registration slips in between the stop
-    // and the close: they answer as on a closed camera from here on.
     BeginTeardown(guard);
-    guard.unlock();
-    StopGrab();
-    // Registrations end before the close action and without the lock, which
-    // their callbacks may be waiting for.
-    EndNotifies(TakeNotifies());
-    guard.lock();
-    m_grabDone.wait(guard, [this] { return m_notifiesEnding == 0; });
     CloseAction();
     m_bOnline = false;
     EndTeardown();

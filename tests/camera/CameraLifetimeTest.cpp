@@ -182,8 +182,8 @@ TEST(CameraLifetimeTest, CallbackMayCallTheCameraDuringItsTeardown) {
                     if (viaClose) {
                         camera->Close();
                     } else {
-                        camera->RegisterNotify(NOTIFY_SRC_REMOTE_DEVICE,
-                                               NOTIFY_TYPE_FEATURE_CHANGE, nullptr);
+                        camera->RegisterNotify(NOTIFY_SRC_REMOTE_DEVICE, NOTIFY_TYPE_FEATURE_CHANGE,
+                                               nullptr);
                     }
                 },
                 viaClose ? "Close" : "RegisterNotify(nullptr)");
