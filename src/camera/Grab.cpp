@@ -59,8 +59,12 @@ void CGrab::Grabbing() {
     auto backOff = kMinBackOff;
     while (!m_stop) {
         IImage* image = nullptr;
+        const auto called = std::chrono::steady_clock::now();
         const int rc = m_pCamera->GrabImage2(&image, kWorkerWaitMs);
-        if (image != nullptr || rc == kTimeout) {
+        // Judged by time, not by code: a time-out that a producer reports at
+        // once must not make the worker spin either.
+        const bool waited = std::chrono::steady_clock::now() - called >= kPollPeriod / 2;
+        if (image != nullptr || waited) {
             backOff = kMinBackOff;  // a frame came, or the wait itself took its time
         }
         if (rc == 0 && image != nullptr) {
@@ -79,7 +83,7 @@ void CGrab::Grabbing() {
             image->Release();  // a faulty buffer is recycled, not kept
             continue;
         }
-        if (rc != kTimeout) {
+        if (!waited) {
             std::unique_lock<std::mutex> guard(m_lock);
             m_stopSignal.wait_for(guard, backOff, [this] { return m_stop.load(); });
             backOff = std::min(backOff * 2, kMaxBackOff);
