@@ -42,7 +42,8 @@ private:
     std::atomic<bool> m_stop{false};
     IImage* m_pLatest = nullptr;
     std::mutex m_lock;
-    std::condition_variable m_stopSignal;
+    // Signalled at stop and whenever a new latest image is in place.
+    std::condition_variable m_signal;
     std::mutex m_joinLock;
 };
 
