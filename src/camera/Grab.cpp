@@ -35,7 +35,7 @@ void CGrab::Stop() {
         std::lock_guard<std::mutex> guard(m_lock);
         m_stop = true;
     }
-    m_signal.notify_all();
+    m_stopSignal.notify_all();
     {
         std::lock_guard<std::mutex> join(m_joinLock);
         if (m_worker.joinable()) {
@@ -74,7 +74,6 @@ void CGrab::Grabbing() {
                 replaced = m_pLatest;
                 m_pLatest = image;
             }
-            m_signal.notify_all();  // a waiting grab takes it at once
             if (replaced != nullptr) {
                 replaced->Release();
             }
@@ -86,7 +85,7 @@ void CGrab::Grabbing() {
         }
         if (!waited) {
             std::unique_lock<std::mutex> guard(m_lock);
-            m_signal.wait_for(guard, backOff, [this] { return m_stop.load(); });
+            m_stopSignal.wait_for(guard, backOff, [this] { return m_stop.load(); });
             backOff = std::min(backOff * 2, kMaxBackOff);
         }
     }
@@ -124,10 +123,7 @@ int CGrab::GrabLastImage(IImage** image, unsigned long long timeout) {
             return kTimeout;
         }
         std::unique_lock<std::mutex> guard(m_lock);
-        // Woken by a new image at once; the time-out is looked at once per
-        // poll period.
-        m_signal.wait_for(guard, kPollPeriod,
-                          [this] { return m_stop.load() || m_pLatest != nullptr; });
+        m_stopSignal.wait_for(guard, kPollPeriod, [this] { return m_stop.load(); });
     }
 }
 

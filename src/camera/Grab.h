@@ -42,8 +42,7 @@ private:
     std::atomic<bool> m_stop{false};
     IImage* m_pLatest = nullptr;
     std::mutex m_lock;
-    // Signalled at stop and whenever a new latest image is in place.
-    std::condition_variable m_signal;
+    std::condition_variable m_stopSignal;
     std::mutex m_joinLock;
 };
 
