@@ -380,12 +380,6 @@ int CCamera::GrabImageAction(IImage** image, unsigned long long timeout) {
     // stream whatever happens next.
     auto* genImage = new CGenImage(this, acquisition);
     *image = genImage;
-    {
-        // Counted before the grab ends, so that a stop or close that waits for
-        // this grab sees the buffer as in use.
-        std::lock_guard<std::recursive_mutex> guard(m_lock);
-        m_images.insert(genImage);
-    }
     try {
         bigEndian = IsPixelBigEndian();
     } catch (const std::exception& e) {
@@ -395,6 +389,12 @@ int CCamera::GrabImageAction(IImage** image, unsigned long long timeout) {
         }
     }
     const int status = genImage->SetBufAction(cti, stream, data.BufferHandle, bigEndian);
+    {
+        // Counted before the grab ends, so that a stop or close that waits for
+        // this grab sees the buffer as in use.
+        std::lock_guard<std::recursive_mutex> guard(m_lock);
+        m_images.insert(genImage);
+    }
     return status != 0 ? status - 20 : 0;
 }
 
