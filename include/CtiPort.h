@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <mutex>
 #include <string>
 
 #include "GenApi/GenApi.h"
@@ -42,12 +44,16 @@ public:
     bool SetXml();
 
 private:
-    // One attempt per port: a failed load is not retried.
+    // One attempt per port: a failed load is not retried. Safe from several
+    // threads: the system and interface ports are shared by every camera.
     void init();
 
     VEXOGENICAM::CCti* m_pCti;
     void* m_hPort;
-    bool m_bInit = false;
+    // Set once the load has finished, so that a reader that sees it also sees
+    // the strings and the node map.
+    std::atomic<bool> m_bInit{false};
+    std::mutex m_initLock;
     std::string m_strFileName;
     std::string m_strFileSuffix;
     std::string m_strFileContent;

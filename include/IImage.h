@@ -9,7 +9,9 @@ namespace VEXOGENICAM {
 
 // One filled buffer handed out by ICamera::GrabImage. The raw pixels stay in
 // the producer's buffer (no copy); Release() gives the buffer back to the
-// stream. Release every image before its camera.
+// stream. The buffer stays valid until Release, also across StopGrab and
+// Close of the camera. Release every image before its camera: a camera
+// released (or UnInit called) first detaches its images (see ICamera).
 class IImage {
 public:
     virtual bool IsComplete() = 0;

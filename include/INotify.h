@@ -8,11 +8,13 @@ namespace VEXOGENICAM {
 
 // Receives the events of a registration made with ICamera::RegisterNotify.
 // The library calls OnNotify from a delivery thread of its own, one thread per
-// registration, for as long as the registration lasts; the call must not
-// block for long and must not call RegisterNotify or Close of its camera
-// (both wait for the delivery thread to end). `data` holds
-// the producer's event data (at most 4096 bytes) and is valid only during the
-// call.
+// registration, for as long as the registration lasts, and never holds a
+// camera lock while doing so. The call should not block for long. It may call
+// any method of its camera and of other cameras (IsOpen, feature reads,
+// GrabImage, StartGrab, StopGrab, ...) except those that end registrations and
+// so wait for this very thread: Close, Open, Release and RegisterNotify with a
+// null notify on its camera, and UnInit. `data` holds the producer's event
+// data (at most 4096 bytes) and is valid only during the call.
 class INotify {
 public:
     virtual void OnNotify(NOTIFY_SRC source, NOTIFY_TYPE type, const void* data,

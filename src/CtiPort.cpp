@@ -55,15 +55,21 @@ void CCtiPort::Write(const void* pBuffer, int64_t Address, int64_t Length) {
 }
 
 void CCtiPort::init() {
-    if (m_bInit) {
+    if (m_bInit.load(std::memory_order_acquire)) {
         return;
     }
-    m_bInit = true;
+    std::lock_guard<std::mutex> guard(m_initLock);
+    if (m_bInit.load(std::memory_order_relaxed)) {
+        return;
+    }
     try {
         SetXml();
     } catch (...) {
         // A description that cannot be loaded leaves the port without node map.
     }
+    // Marked only after the load: a second caller waits for it above instead
+    // of taking a half-loaded port for one without description.
+    m_bInit.store(true, std::memory_order_release);
 }
 
 std::string CCtiPort::GetFileName() {

@@ -33,7 +33,7 @@ CCLCamera::CCLCamera(CCameraInfo* info, CCameraManager* manager) : CCamera(info,
 CCLCamera::~CCLCamera() {
     // Closed here while this class's stop and close still apply: the base
     // destructor would stop the stream through the base versions only.
-    Close();
+    Retire();
     m_pCLRemote.reset();
 }
 
@@ -143,7 +143,7 @@ int CCLCamera::AnnounceBuffers(CCti* cti, void* stream, unsigned long long size)
         cti->DSQueueBuffer(stream, handle);
         BUFFER& record = m_buffers[handle];
         record.hBuffer = handle;
-        record.reserved = data.release();  // ClearBufAction frees it after the revoke
+        record.reserved = data.release();  // freed once the producer gave it back
     }
     return 0;
 }
@@ -201,7 +201,7 @@ void CCLCamera::StopGrabAction() {
     KillWaits(m_grabCount > 1 ? m_grabCount - 1 : 1);
     // Killed rather than drained: the buffers are the camera's own memory and
     // are revoked and freed right after.
-    cti->DSStopAcquisition(stream, GenTL::ACQ_STOP_FLAGS_KILL);
+    NoteStreamStop(cti->DSStopAcquisition(stream, GenTL::ACQ_STOP_FLAGS_KILL));
     try {
         SetTLParamsLocked(device, 0);
         if (m_pCLRemote) {

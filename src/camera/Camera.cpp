@@ -37,6 +37,7 @@ int CCamera::AccessFlags(DEVICE_OPEN_MODE mode) {
 
 CCamera::CCamera(CCameraInfo* info, CCameraManager* manager)
     : m_pCameraInfo(info), m_pCameraManager(manager) {
+    m_imageLink->camera = this;
     if (m_pCameraInfo != nullptr) {
         m_pCameraInfo->Ref();
     }
@@ -46,16 +47,21 @@ CCamera::CCamera(CCameraInfo* info, CCameraManager* manager)
 }
 
 CCamera::~CCamera() {
-    Close();
+    Retire();
+    // The record goes last: the registry compares records of listed cameras
+    // only, and this one left the list in Retire.
     if (m_pCameraInfo != nullptr) {
         m_pCameraInfo->UnRef();
-    }
-    if (m_pCameraManager != nullptr) {
-        m_pCameraManager->Remove(this);
     }
 }
 
 void CCamera::Release() {
+    // Out of the registry before the (possibly slow) close begins, so that a
+    // CreateCamera for the same device meanwhile makes a new camera instead of
+    // handing out this one.
+    if (m_pCameraManager != nullptr) {
+        m_pCameraManager->Remove(this);
+    }
     delete this;
 }
 
@@ -64,17 +70,24 @@ ICameraInfo* CCamera::GetCameraInfo() {
 }
 
 int CCamera::Open(DEVICE_OPEN_MODE mode) {
-    // Reopening closes the modules, and a stream must not be closed under a
-    // running acquisition and its waiting grabs.
-    if (IsGrabbing()) {
-        StopGrab();
-    }
-    std::lock_guard<std::recursive_mutex> guard(m_lock);
-    const int result = OpenAction(mode);
-    if (result != 0) {
+    // Reopening closes the modules: the acquisition and the registrations end
+    // first, without the lock that their threads may be waiting for.
+    std::unique_lock<std::recursive_mutex> guard(m_lock);
+    BeginTeardown(guard);
+    if (m_pDevPort) {
         CloseAction();
     }
+    // Modules still open for images the client holds cannot be opened again
+    // until the last of them is released.
+    int result = -2;
+    if (!m_lingering.dev && !m_lingering.ds) {
+        result = OpenAction(mode);
+        if (result != 0) {
+            CloseAction();
+        }
+    }
     m_bOnline = (result == 0);
+    EndTeardown();
     return result;
 }
 
@@ -130,37 +143,6 @@ int CCamera::OpenFirstStream(CCti* cti, void* device) {
     }
     m_pDSPort = std::make_unique<CCtiPort>(cti, stream);
     return 0;
-}
-
-void CCamera::Close() {
-    StopGrab();
-    {
-        std::lock_guard<std::recursive_mutex> guard(m_lock);
-        CloseAction();
-    }
-    m_bOnline = false;
-}
-
-void CCamera::CloseAction() {
-    CCti* cti = m_pCameraInfo != nullptr ? m_pCameraInfo->GetCti() : nullptr;
-    if (cti == nullptr) {
-        return;
-    }
-    for (const auto& [key, handle] : m_notifies) {
-        UnRegisterNotifyAction(static_cast<NOTIFY_SRC>(key >> 32),
-                               static_cast<NOTIFY_TYPE>(key & 0xFFFFFFFFu), handle);
-    }
-    m_notifies.clear();
-    if (m_pDSPort) {
-        cti->DSClose(m_pDSPort->GetPort());
-        m_pDSPort.reset();
-    }
-    // The remote port belongs to the device: closing the device ends it.
-    m_pRMPort.reset();
-    if (m_pDevPort) {
-        cti->DevClose(m_pDevPort->GetPort());
-        m_pDevPort.reset();
-    }
 }
 
 bool CCamera::IsOpen() {
@@ -224,17 +206,28 @@ int CCamera::RegisterNotify(NOTIFY_SRC src, NOTIFY_TYPE type, INotify* notify) {
     if (src == NOTIFY_SRC_DATA_STREAM && type == NOTIFY_TYPE_NEW_BUFFER) {
         return -10;  // acquisition owns the stream's new-buffer event
     }
-    std::lock_guard<std::recursive_mutex> guard(m_lock);
+    std::unique_lock<std::recursive_mutex> guard(m_lock);
     int result = -1;
     const std::uint64_t key = NotifyKey(src, type);
     auto found = m_notifies.find(key);
     if (found != m_notifies.end()) {
         if (notify == nullptr) {
-            // Reports -1 although the registration ended: callers rely on it.
-            UnRegisterNotifyAction(src, type, found->second);
+            // Ended without the lock: its callback may be inside a camera call
+            // that waits for the lock. Reports -1 although the registration
+            // ended: callers rely on it.
+            void* handle = found->second;
             m_notifies.erase(found);
+            ++m_notifiesEnding;
+            guard.unlock();
+            UnRegisterNotifyAction(src, type, handle);
+            guard.lock();
+            --m_notifiesEnding;
+            m_grabDone.notify_all();
         }
     } else if (notify != nullptr) {
+        if (m_bClosing) {
+            return -2;  // the modules are being closed
+        }
         void* handle = nullptr;
         result = RegisterNotifyAction(src, type, notify, &handle);
         if (result == 0) {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "CImgTool.h"
 #include "ICamera.h"
@@ -17,8 +18,18 @@ namespace VEXOGENICAM {
 
 class CCameraInfo;
 class CCameraManager;
+class CCamera;
 class CCti;
+class CGenImage;
 class CGrab;
+
+// Shared by a camera and every image it handed out, so that an image can be
+// released after its camera is gone: the camera pointer is cleared (under the
+// lock) when the camera detaches its images.
+struct CImageLink {
+    std::mutex lock;
+    CCamera* camera = nullptr;
+};
 
 // The camera of every transport layer. Public operations take the camera lock
 // and call the protected ...Action operations, which the transport-specific
@@ -70,6 +81,11 @@ public:
     void QueueBuf(void* buffer);
     void QueueBuf(void* buffer, std::uint64_t acquisition);
 
+    // Called by an image's release; the image's buffer goes back to the
+    // stream, or is revoked once no longer in use.
+    void ImageReleased(CGenImage* image, void* buffer, std::uint64_t acquisition);
+    const std::shared_ptr<CImageLink>& GetImageLink() { return m_imageLink; }
+
     CCameraInfo* GetInfo() { return m_pCameraInfo; }
     CImgTool& GetImgTool() { return m_imgTool; }
     // Converts under the camera lock: the tool's working buffers are shared by
@@ -105,6 +121,17 @@ protected:
     void KillWaits(int count);
     // GenTL DEVICE_ACCESS_FLAGS value of an open mode.
     static int AccessFlags(DEVICE_OPEN_MODE mode);
+    // The first step of every destructor: leaves the registry, closes while the
+    // object is still whole, and detaches images the client still holds.
+    void Retire();
+    // Records the result of the stream stop: a stream that did not stop keeps
+    // its buffers announced until a later stop works.
+    void NoteStreamStop(int result) { m_bStreamStopFailed = (result != 0); }
+
+    // Buffers taken out of the acquisition but still announced; the producer
+    // gives them up (and the camera frees its own memory) once no image uses
+    // them and the stream does not run.
+    std::unordered_map<void*, BUFFER> m_retired;
 
     std::unique_ptr<CCtiPort> m_pDevPort;
     std::unique_ptr<CCtiPort> m_pRMPort;
@@ -128,6 +155,44 @@ protected:
     std::uint64_t m_acquisition = 0;
     // Set while StopGrab waits for the grabs in flight; no new grab may start.
     bool m_bStopping = false;
+
+private:
+    struct Lingering {
+        std::unique_ptr<CCtiPort> dev;
+        std::unique_ptr<CCtiPort> rm;
+        std::unique_ptr<CCtiPort> ds;
+    };
+
+    // Revokes the retired buffers that no image uses, after stopping again a
+    // stream whose stop failed; only while no acquisition runs.
+    void RevokeRetired();
+    bool IsHeld(void* buffer) const;
+    // Closes the stream and device kept open for held images.
+    void FinishLingering();
+    void DetachImages();
+    // Takes every registration out of the map under the lock; the caller ends
+    // them without the lock (their callbacks may call into the camera).
+    std::unordered_map<std::uint64_t, void*> TakeNotifies();
+    void EndNotifies(const std::unordered_map<std::uint64_t, void*>& notifies);
+    // Marks an Open or Close in progress once the previous one has finished,
+    // then stops the acquisition and ends the registrations without the lock;
+    // returns with the lock held again.
+    void BeginTeardown(std::unique_lock<std::recursive_mutex>& guard);
+    void EndTeardown();
+
+    std::shared_ptr<CImageLink> m_imageLink = std::make_shared<CImageLink>();
+    // Images handed out and not yet released, of every acquisition.
+    std::unordered_set<CGenImage*> m_images;
+    // Device and stream that a Close left open while images still pointed
+    // into their buffers.
+    Lingering m_lingering;
+    // An Open or Close is between its stop and its close action: starts and
+    // registrations answer as on a closed camera.
+    bool m_bClosing = false;
+    // Registrations being ended without the lock; the device stays open until
+    // they are done.
+    int m_notifiesEnding = 0;
+    bool m_bStreamStopFailed = false;
 };
 
 }  // namespace VEXOGENICAM

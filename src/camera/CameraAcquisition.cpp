@@ -85,6 +85,12 @@ int CCamera::StartGrab(GRAB_STRATEGY strategy, unsigned long long count) {
         if (m_grabCount != 0) {
             return -1;
         }
+        if (m_bClosing) {
+            return -2;  // a close has begun: the camera counts as closed
+        }
+        // What an earlier stop could not give back goes before new buffers
+        // are announced.
+        RevokeRetired();
         result = StartGrabAction(count);
         if (result == 0) {
             m_grabCount = 1;
@@ -277,7 +283,7 @@ void CCamera::StopGrabAction() {
         }
     } catch (...) {
     }
-    cti->DSStopAcquisition(stream, GenTL::ACQ_STOP_FLAGS_DEFAULT);
+    NoteStreamStop(cti->DSStopAcquisition(stream, GenTL::ACQ_STOP_FLAGS_DEFAULT));
 }
 
 void CCamera::StopGrabRelease() {
@@ -294,16 +300,14 @@ void CCamera::StopGrabRelease() {
 }
 
 void CCamera::ClearBufAction() {
-    CCti* cti = StreamCti();
-    void* stream = StreamHandle();
+    // Revoked only where the producer can give the buffer up: one an image
+    // still uses, or one the producer refuses, stays announced (and its memory
+    // allocated) until a later attempt.
     for (const auto& [handle, buffer] : m_buffers) {
-        if (cti != nullptr && stream != nullptr) {
-            cti->DSRevokeBuffer(stream, handle, nullptr, nullptr);
-        }
-        // Freed only after the revoke: until then the producer may fill it.
-        delete[] static_cast<unsigned char*>(buffer.reserved);
+        m_retired[handle] = buffer;
     }
     m_buffers.clear();
+    RevokeRetired();
 }
 
 int CCamera::GrabImage(IImage** image, unsigned long long timeout) {
@@ -385,6 +389,12 @@ int CCamera::GrabImageAction(IImage** image, unsigned long long timeout) {
         }
     }
     const int status = genImage->SetBufAction(cti, stream, data.BufferHandle, bigEndian);
+    {
+        // Counted before the grab ends, so that a stop or close that waits for
+        // this grab sees the buffer as in use.
+        std::lock_guard<std::recursive_mutex> guard(m_lock);
+        m_images.insert(genImage);
+    }
     return status != 0 ? status - 20 : 0;
 }
 

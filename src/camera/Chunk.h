@@ -16,6 +16,8 @@ public:
     unsigned long long GetID() override { return m_id; }
     void* GetData() override { return m_pData; }
     std::size_t GetLength() override { return m_length; }
+    // The buffer is gone: the chunk keeps its ID and length only.
+    void Detach() { m_pData = nullptr; }
 
 private:
     unsigned long long m_id;

@@ -10,15 +10,33 @@
 namespace VEXOGENICAM {
 
 CGenImage::CGenImage(CCamera* camera, std::uint64_t acquisition)
-    : m_pCamera(camera), m_acquisition(acquisition) {}
+    : m_pCamera(camera), m_acquisition(acquisition) {
+    if (camera != nullptr) {
+        m_link = camera->GetImageLink();
+    }
+}
 
 CGenImage::~CGenImage() {
     for (IChunk* chunk : m_chunks) {
         delete static_cast<CChunk*>(chunk);
     }
     m_chunks.clear();
-    if (m_pCamera != nullptr) {
-        m_pCamera->QueueBuf(m_hBuffer, m_acquisition);
+    if (m_link) {
+        // The link's lock keeps the camera from going away during the call.
+        std::lock_guard<std::mutex> guard(m_link->lock);
+        if (m_link->camera != nullptr) {
+            m_link->camera->ImageReleased(this, m_hBuffer, m_acquisition);
+        }
+    }
+}
+
+void CGenImage::Detach() {
+    m_pCamera = nullptr;
+    m_pBase = nullptr;
+    m_pData = nullptr;
+    m_bConvertible = false;
+    for (IChunk* chunk : m_chunks) {
+        static_cast<CChunk*>(chunk)->Detach();
     }
 }
 
@@ -139,9 +157,13 @@ void CGenImage::GetChunkData(CCti* producer, void* stream) {
 }
 
 void* CGenImage::GetImageData() {
-    if (m_pData == nullptr && m_bConvertible && m_pCamera != nullptr) {
-        m_pData = m_pCamera->ConvertImage(static_cast<char*>(m_pBase) + m_imageOffset, m_width,
-                                          m_height, m_pixelFormat, m_bBigEndian);
+    if (m_pData == nullptr && m_bConvertible && m_link) {
+        std::lock_guard<std::mutex> guard(m_link->lock);
+        // Checked again under the lock: a detach clears it.
+        if (m_bConvertible && m_link->camera != nullptr) {
+            m_pData = m_link->camera->ConvertImage(static_cast<char*>(m_pBase) + m_imageOffset,
+                                                   m_width, m_height, m_pixelFormat, m_bBigEndian);
+        }
     }
     return m_pData;
 }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <list>
+#include <memory>
 
 #include "IImage.h"
 #include "LumoExport.h"
@@ -11,6 +12,7 @@ namespace VEXOGENICAM {
 
 class CCamera;
 class CCti;
+struct CImageLink;
 
 // One filled buffer of a camera's stream. The metadata is read once from the
 // producer; pixels are converted on first demand and never copied otherwise;
@@ -56,6 +58,12 @@ public:
     int GetBufInfoT(T& out, CCti* producer, void* stream, void* buffer, int command);
     void GetChunkData(CCti* producer, void* stream);
 
+    void* GetBufferHandle() const { return m_hBuffer; }
+    // Drops every pointer into the buffer and the camera's conversion memory:
+    // the camera goes away while the client still holds this image. The
+    // metadata stays readable and Release stays safe.
+    void Detach();
+
 private:
     CCamera* m_pCamera;
     void* m_hBuffer = nullptr;
@@ -85,6 +93,7 @@ private:
     std::uint64_t m_acquisition;
     // Only a complete image that fits its buffer is handed to the converter.
     bool m_bConvertible = false;
+    std::shared_ptr<CImageLink> m_link;
 };
 
 }  // namespace VEXOGENICAM

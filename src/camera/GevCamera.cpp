@@ -36,6 +36,9 @@ void WriteStreamRegister16(CCti* cti, void* stream, std::uint64_t address, std::
 CGevCamera::CGevCamera(CCameraInfo* info, CCameraManager* manager) : CCamera(info, manager) {}
 
 CGevCamera::~CGevCamera() {
+    // Closed before the members go: a running grab worker asks this class for
+    // the pixel byte order until the acquisition has stopped.
+    Retire();
     m_ptrPixelBigEndian.Release();
 }
 

@@ -1,5 +1,6 @@
 #include "camera/Grab.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include "SimpleLog.h"
@@ -10,9 +11,11 @@ namespace VEXOGENICAM {
 namespace {
 constexpr unsigned long long kWorkerWaitMs = 100;
 constexpr auto kPollPeriod = std::chrono::milliseconds(100);
-// GrabImage2 answers "not grabbing" at once; the worker must not spin on it
-// between a stop and its own end.
-constexpr auto kIdlePause = std::chrono::milliseconds(5);
+// A grab that fails at once (not grabbing, a closed stream, a producer error)
+// is retried after a pause that doubles up to the poll period, so that a
+// failing stream never makes the worker spin.
+constexpr auto kMinBackOff = std::chrono::milliseconds(1);
+constexpr auto kMaxBackOff = std::chrono::milliseconds(100);
 constexpr int kAborted = -12;
 constexpr int kTimeout = -11;
 }  // namespace
@@ -53,9 +56,17 @@ IImage* CGrab::TakeLatest() {
 }
 
 void CGrab::Grabbing() {
+    auto backOff = kMinBackOff;
     while (!m_stop) {
         IImage* image = nullptr;
+        const auto called = std::chrono::steady_clock::now();
         const int rc = m_pCamera->GrabImage2(&image, kWorkerWaitMs);
+        // Judged by time, not by code: a time-out that a producer reports at
+        // once must not make the worker spin either.
+        const bool waited = std::chrono::steady_clock::now() - called >= kPollPeriod / 2;
+        if (image != nullptr || waited) {
+            backOff = kMinBackOff;  // a frame came, or the wait itself took its time
+        }
         if (rc == 0 && image != nullptr) {
             IImage* replaced = nullptr;
             {
@@ -70,9 +81,12 @@ void CGrab::Grabbing() {
         }
         if (image != nullptr) {
             image->Release();  // a faulty buffer is recycled, not kept
+            continue;
         }
-        if (rc == -2) {
-            std::this_thread::sleep_for(kIdlePause);
+        if (!waited) {
+            std::unique_lock<std::mutex> guard(m_lock);
+            m_stopSignal.wait_for(guard, backOff, [this] { return m_stop.load(); });
+            backOff = std::min(backOff * 2, kMaxBackOff);
         }
     }
 }

@@ -241,9 +241,10 @@ TEST(CLCameraTest, StopAndCloseReleaseTheBuffers) {
     ASSERT_EQ(camera->GrabImage(&held, 5000), 0);
     camera->StopGrab();
     EXPECT_FALSE(camera->IsGrabbing());
-    EXPECT_EQ(AnnouncedBuffers(camera), 0);
+    EXPECT_EQ(AnnouncedBuffers(camera), 1);  // the held image's buffer
     EXPECT_EQ(TLParamsLocked(camera), 0);
-    held->Release();  // after the stop: not queued again
+    held->Release();  // after the stop: revoked and freed, not queued again
+    EXPECT_EQ(AnnouncedBuffers(camera), 0);
 
     // A stop ends a grab that waits for a frame which never comes.
     SetDeviceFeature(camera, "TriggerMode", "On");
@@ -271,4 +272,22 @@ TEST(CLCameraTest, StopAndCloseReleaseTheBuffers) {
     // The grabber is free again once the released camera closed it.
     ICamera* again = session.Camera();
     EXPECT_EQ(again->Open(DEVICE_OPEN_MODE_EXCLUSIVE), 0);
+}
+
+TEST(CLCameraTest, RefusedRevokeKeepsTheMemoryUntilTheProducerGivesItBack) {
+    CAMERA_SCENARIO();
+    // The first stream stop fails: the stream keeps its buffers and may still
+    // fill them, so their memory must stay until a later stop lets them go.
+    Session session(Config(Grabber(), CallFault("DSStopAcquisition", 1)));
+    ICamera* camera = session.Camera();
+    ASSERT_EQ(camera->Open(DEVICE_OPEN_MODE_CONTROL), 0);
+    for (int cycle = 0; cycle < 3; ++cycle) {
+        SCOPED_TRACE(cycle);
+        ASSERT_EQ(camera->StartGrab(GRAB_STRATEGY_ONE_BY_ONE, GENTL_INFINITE), 0);
+        EXPECT_EQ(AnnouncedBuffers(camera), 8);
+        GrabAndCompare(camera, 0x01080001, 1, 3);
+        camera->StopGrab();
+        EXPECT_EQ(AnnouncedBuffers(camera), 0);
+    }
+    camera->Close();
 }

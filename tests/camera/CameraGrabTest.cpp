@@ -123,19 +123,25 @@ TEST(CameraGrabTest, ImagesReleasedAfterStopAreDropped) {
     ASSERT_EQ(camera->GrabImage(&kept[0], 2000), 0);
     ASSERT_EQ(camera->GrabImage(&kept[1], 2000), 0);
     camera->StopGrab();
-    EXPECT_EQ(AnnouncedBuffers(camera), 0);
-    // The metadata stays readable; the release neither queues nor crashes.
+    // The held buffers stay announced, so their pixels stay valid; the
+    // release revokes instead of queueing.
+    EXPECT_EQ(AnnouncedBuffers(camera), 2);
     EXPECT_EQ(kept[0]->GetImageFrameId(), 1u);
+    EXPECT_NE(kept[0]->GetImageData(), nullptr);
     kept[0]->Release();
+    EXPECT_EQ(AnnouncedBuffers(camera), 1);
     ASSERT_EQ(camera->StartGrab(GRAB_STRATEGY_ONE_BY_ONE, GENTL_INFINITE), 0);
-    kept[1]->Release();  // belongs to the earlier acquisition
-    EXPECT_EQ(AnnouncedBuffers(camera), 8);
+    EXPECT_EQ(AnnouncedBuffers(camera), 9);
+    kept[1]->Release();  // of the earlier acquisition: revoked at the next stop
+    EXPECT_EQ(AnnouncedBuffers(camera), 9);
     IImage* image = nullptr;
     for (unsigned long long id = 1; id <= 10; ++id) {
         ASSERT_EQ(camera->GrabImage(&image, 2000), 0);
         EXPECT_EQ(image->GetImageFrameId(), id);
         image->Release();
     }
+    camera->StopGrab();
+    EXPECT_EQ(AnnouncedBuffers(camera), 0);
 }
 
 TEST(CameraGrabTest, BufferAllocationLimits) {

@@ -15,7 +15,14 @@ using camera_test::Config;
 using camera_test::Device;
 using camera_test::Session;
 
-TEST(CameraStressTest, ThreeThreadsStartGrabAndStopOneThousandTimes) {
+// Built twice: the long run for `make stress`, a short one of a few seconds
+// for every test run.
+#ifndef LUMO_STRESS_CYCLES
+#define LUMO_STRESS_CYCLES 1000
+#define LUMO_STRESS_SUITE CameraStressTest
+#endif
+
+TEST(LUMO_STRESS_SUITE, ThreeThreadsStartGrabAndStopManyTimes) {
     CAMERA_SCENARIO();
     Device device;
     device.frameRate = 500;
@@ -35,7 +42,7 @@ TEST(CameraStressTest, ThreeThreadsStartGrabAndStopOneThousandTimes) {
     };
     auto worker = [&](unsigned seed) {
         std::mt19937 random(seed);
-        while (cycles.fetch_add(1) < 1000) {
+        while (cycles.fetch_add(1) < LUMO_STRESS_CYCLES) {
             const auto strategy = static_cast<GRAB_STRATEGY>(random() % 3);
             const int started = camera->StartGrab(strategy, GENTL_INFINITE);
             if (started != 0 && started != -1) {
