@@ -24,11 +24,7 @@ EAccessMode FromEngine(ArvGcAccessMode mode) {
 }  // namespace
 
 CNode::CNode(CNodeMap& map, ArvGcFeatureNode* node, std::string name, EInterfaceType type)
-    : m_map(map),
-      m_node(node),
-      m_name(std::move(name)),
-      m_type(type),
-      m_port(CNodeMap::SolePort(node)) {}
+    : m_map(map), m_node(node), m_name(std::move(name)), m_type(type) {}
 
 EAccessMode CNode::GetAccessMode() const {
     auto lock = Lock();
