@@ -107,6 +107,12 @@ void CNode::GetSelectedFeatures(FeatureList_t& features) const {
     }
 }
 
+void CNode::AfterWrite() const {
+    if (IsSelector()) {
+        m_map.InvalidateNodes();
+    }
+}
+
 void CNode::RequireReadable(bool verify) const {
     if (verify && !IsReadable(GetAccessMode())) {
         throw ACCESS_EXCEPTION("Node '%s' is not readable", m_name.c_str());

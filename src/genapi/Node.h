@@ -42,6 +42,9 @@ protected:
     std::unique_lock<std::recursive_mutex> Lock() const {
         return std::unique_lock<std::recursive_mutex>(m_map.Mutex());
     }
+    // Values of the selected features depend on a selector; the engine's cache
+    // does not always see that, so a selector write invalidates the map.
+    void AfterWrite() const;
     void RequireReadable(bool verify) const;
     void RequireWritable(bool verify) const;
     [[noreturn]] void ThrowInvalidValue(const std::string& value) const;

@@ -2,6 +2,7 @@
 
 #include <arv.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -52,8 +53,12 @@ std::string XmlFromZip(const void* data, size_t size) {
     if (!zip) {
         throw RUNTIME_EXCEPTION("Cannot create node map: the ZIP data cannot be read");
     }
-    std::vector<const char*> candidates;
-    for (const GSList* it = arv_zip_get_file_list(zip.get()); it; it = it->next) {
+    const GSList* entries = arv_zip_get_file_list(zip.get());
+    if (!entries) {
+        throw RUNTIME_EXCEPTION("Cannot create node map: the ZIP data cannot be read");
+    }
+    std::vector<std::string> candidates;
+    for (const GSList* it = entries; it; it = it->next) {
         const char* name = arv_zip_file_get_name(static_cast<ArvZipFile*>(it->data));
         if (name && EndsWithXml(name) && !IsArchiverExtra(name)) {
             candidates.push_back(name);
@@ -63,16 +68,17 @@ std::string XmlFromZip(const void* data, size_t size) {
         throw RUNTIME_EXCEPTION("Cannot create node map: the ZIP data holds no XML file");
     }
     if (candidates.size() > 1) {
+        std::sort(candidates.begin(), candidates.end());
         std::string names;
-        for (const char* name : candidates) {
-            names += (names.empty() ? "'" : ", '") + std::string(name) + "'";
+        for (const std::string& name : candidates) {
+            names += (names.empty() ? "'" : ", '") + name + "'";
         }
         throw RUNTIME_EXCEPTION(
             "Cannot create node map: the ZIP data holds %zu XML files, not one: %s",
             candidates.size(), names.c_str());
     }
     size_t xmlSize = 0;
-    void* xml = arv_zip_get_file(zip.get(), candidates.front(), &xmlSize);
+    void* xml = arv_zip_get_file(zip.get(), candidates.front().c_str(), &xmlSize);
     if (!xml) {
         throw RUNTIME_EXCEPTION(
             "Cannot create node map: '%s' cannot be extracted from the ZIP data",
