@@ -14,6 +14,7 @@
 
 #include "LargeDescription.h"
 #include "TestPort.h"
+#include "ZipBuilder.h"
 
 using namespace GenApi;
 using lumo_test::ReadDescriptionFile;
@@ -220,6 +221,29 @@ TEST(CorpusTest, EveryNamedNodeIsANodeOfItsInterface) {
         map._GetNodes(nodes);
         EXPECT_EQ(nodes.size(), expected.size());
         EXPECT_EQ(map->GetNumNodes(), expected.size());
+    }
+}
+
+// Each corpus file zipped the way macOS archives it, in a folder.
+TEST(CorpusTest, ZippedFormsWithMacOsExtrasLoadTheSameNodes) {
+    for (const char* file : kCorpusFiles) {
+        SCOPED_TRACE(file);
+        const std::string text = ReadDescriptionFile(file);
+        CZipBuilder builder;
+        builder.Add("corpus/", "");
+        builder.Add("corpus/" + std::string(file), text);
+        builder.Add("__MACOSX/corpus/._" + std::string(file), "AppleDouble fork");
+        const std::string zip = builder.Build();
+        CNodeMapRef zipped;
+        zipped._LoadXMLFromZIPData(zip.data(), zip.size());
+        CNodeMapRef plain;
+        plain._LoadXMLFromString(text.c_str());
+        NodeList_t nodes;
+        plain._GetNodes(nodes);
+        EXPECT_EQ(zipped->GetNumNodes(), nodes.size());
+        for (INode* node : nodes) {
+            EXPECT_NE(zipped._GetNode(node->GetName()), nullptr) << node->GetName();
+        }
     }
 }
 
