@@ -182,16 +182,15 @@ void CNodeMap::CollectNodes(const char* xml, size_t size) {
     std::string leftOut;
     size_t leftOutCount = 0;
     for (const NamedElement& element : elements) {
-        if (m_byName.find(element.name) != m_byName.end()) {
-            continue;  // defined twice; the engine keeps one of them
-        }
         name.assign(element.name);
         ArvGcNode* node = arv_gc_get_node(m_gc, name.c_str());
         if (node && ARV_IS_GC_FEATURE_NODE(node) && !ARV_IS_GC_ENUM_ENTRY(node)) {
             // The key views the engine's copy of the name, which lives as long as the map.
             auto* feature = ARV_GC_FEATURE_NODE(node);
-            m_byName.emplace(arv_gc_feature_node_get_name(feature), m_slots.size());
-            m_slots.push_back({feature, nullptr});
+            // A name defined twice is one node: the engine keeps one of them.
+            if (m_byName.emplace(arv_gc_feature_node_get_name(feature), m_slots.size()).second) {
+                m_slots.push_back({feature, nullptr});
+            }
             continue;
         }
         leftOut += leftOutCount++ ? ", " : "";
