@@ -387,6 +387,7 @@ TEST(CorpusTest, AccessModesOfCommandsEntriesAndPorts) {
 // Entry names join the enumeration's name and the entry's with underscores,
 // which the names themselves may contain too.
 TEST(CorpusTest, EntriesAreFoundBeforeTheirEnumerationIsAskedFor) {
+    const std::string text = ReadDescriptionFile("Features.xml");
     const std::pair<const char*, int64_t> cases[] = {
         {"EnumEntry_Line_Source_Timer_Out", 5},
         {"EnumEntry_Line_Source_Line_1", 0},
@@ -394,16 +395,18 @@ TEST(CorpusTest, EntriesAreFoundBeforeTheirEnumerationIsAskedFor) {
         {"EnumEntry_TriggerMode_Hardware", 3},
     };
     for (const auto& [name, value] : cases) {
-        LoadedMap loaded("Features.xml");
-        CEnumEntryPtr entry = loaded.map._GetNode(name);
+        CNodeMapRef map;  // nothing asked for yet
+        map._LoadXMLFromString(text.c_str());
+        CEnumEntryPtr entry = map._GetNode(name);
         ASSERT_TRUE(entry.IsValid()) << name;
         EXPECT_EQ(entry->GetValue(), value) << name;
         EXPECT_EQ(entry->GetNode()->GetName(), name);
     }
-    LoadedMap loaded("Features.xml");
+    CNodeMapRef map;
+    map._LoadXMLFromString(text.c_str());
     for (const char* missing : {"EnumEntry_Line_Source_Line_2", "EnumEntry_Line", "EnumEntry_",
                                 "EnumEntry_Nothing_Here", "EnumEntry_Gain_0"}) {
-        EXPECT_EQ(loaded.map._GetNode(missing), nullptr) << missing;
+        EXPECT_EQ(map._GetNode(missing), nullptr) << missing;
     }
 }
 
