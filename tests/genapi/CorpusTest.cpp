@@ -410,6 +410,35 @@ TEST(CorpusTest, EntriesAreFoundBeforeTheirEnumerationIsAskedFor) {
     }
 }
 
+void CollectLeaves(ICategory* category, const std::string& path, std::set<std::string>& out) {
+    FeatureList_t features;
+    category->GetFeatures(features);
+    for (IValue* feature : features) {
+        const std::string name = feature->GetNode()->GetName().c_str();
+        if (auto* sub = dynamic_cast<ICategory*>(feature)) {
+            CollectLeaves(sub, path + name + "/", out);
+        } else {
+            out.insert(path + name);
+        }
+    }
+}
+
+TEST(CorpusTest, CategoriesNestSeveralLevelsDeep) {
+    CNodeMapRef map;
+    map._LoadXMLFromString(ReadDescriptionFile("Features.xml").c_str());
+    std::set<std::string> leaves;
+    CollectLeaves(CCategoryPtr(map._GetNode("Root")).operator->(), "", leaves);
+    const std::set<std::string> expected = {
+        "Acquisition/TriggerMode",
+        "Acquisition/Trigger/TriggerSoftware",
+        "Acquisition/Trigger/TriggerAdvanced/TriggerDelay",
+        "Acquisition/Trigger/TriggerAdvanced/TriggerInvert",
+        "Analog/GainSelector",
+        "Analog/Gain",
+    };
+    EXPECT_EQ(leaves, expected);
+}
+
 struct WriteCase {
     const char* file;
     const char* node;
