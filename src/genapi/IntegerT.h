@@ -34,6 +34,7 @@ public:
         }
         this->Call(false,
                    [this, Value](GError** e) { arv_gc_integer_set_value(Engine(), Value, e); });
+        this->AfterWrite();
     }
 
     int64_t GetMin() override {

@@ -24,11 +24,7 @@ EAccessMode FromEngine(ArvGcAccessMode mode) {
 }  // namespace
 
 CNode::CNode(CNodeMap& map, ArvGcFeatureNode* node, std::string name, EInterfaceType type)
-    : m_map(map),
-      m_node(node),
-      m_name(std::move(name)),
-      m_type(type),
-      m_port(CNodeMap::SolePort(node)) {}
+    : m_map(map), m_node(node), m_name(std::move(name)), m_type(type) {}
 
 EAccessMode CNode::GetAccessMode() const {
     auto lock = Lock();
@@ -108,6 +104,12 @@ void CNode::GetSelectedFeatures(FeatureList_t& features) const {
         if (auto* value = dynamic_cast<IValue*>(m_map.Wrap(static_cast<ArvGcNode*>(it->data)))) {
             features.push_back(value);
         }
+    }
+}
+
+void CNode::AfterWrite() const {
+    if (IsSelector()) {
+        m_map.InvalidateNodes();
     }
 }
 

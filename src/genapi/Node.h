@@ -37,22 +37,36 @@ protected:
         auto lock = Lock();
         const bool bypass = ignoreCache || m_seenGeneration != m_map.Generation();
         m_seenGeneration = m_map.Generation();
-        return m_map.CallLocked(m_name, m_port, bypass, std::forward<F>(engineCall));
+        return m_map.CallLocked(m_name, Port(), bypass, std::forward<F>(engineCall));
     }
     std::unique_lock<std::recursive_mutex> Lock() const {
         return std::unique_lock<std::recursive_mutex>(m_map.Mutex());
     }
+    // Values of the selected features depend on a selector; the engine's cache
+    // does not always see that, so a selector write invalidates the map.
+    void AfterWrite() const;
     void RequireReadable(bool verify) const;
     void RequireWritable(bool verify) const;
     [[noreturn]] void ThrowInvalidValue(const std::string& value) const;
     CNodeMap& Map() const { return m_map; }
 
 private:
+    // Walking a node's dependencies costs more than building the node; most
+    // nodes of a large description are never accessed.
+    const std::string& Port() const {
+        if (!m_portKnown) {
+            m_port = CNodeMap::SolePort(m_node);
+            m_portKnown = true;
+        }
+        return m_port;
+    }
+
     CNodeMap& m_map;
     ArvGcFeatureNode* m_node;
     std::string m_name;
     EInterfaceType m_type;
-    std::string m_port;
+    mutable std::string m_port;
+    mutable bool m_portKnown = false;
     mutable uint64_t m_seenGeneration = 0;
 };
 

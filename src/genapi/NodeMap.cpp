@@ -2,6 +2,7 @@
 
 #include <libxml/parser.h>
 
+#include <algorithm>
 #include <cstring>
 #include <set>
 
@@ -11,6 +12,7 @@
 #include "EnumerationNode.h"
 #include "FloatT.h"
 #include "IntegerT.h"
+#include "NamedElements.h"
 #include "PortNode.h"
 #include "RegisterT.h"
 #include "StringT.h"
@@ -58,6 +60,33 @@ std::string XmlProblem(const char* xml, size_t size) {
     return problem;
 }
 
+// The engine reports what the XML parser finds wrong on the log domain "XML"
+// and still returns what it built up to there; the first report marks the
+// load as failed.
+class ParseErrorCapture {
+public:
+    explicit ParseErrorCapture(std::string& firstError)
+        : m_handler(g_log_set_handler(
+              "XML", static_cast<GLogLevelFlags>(G_LOG_LEVEL_CRITICAL | G_LOG_FLAG_FATAL),
+              &ParseErrorCapture::Keep, &firstError)) {}
+    ~ParseErrorCapture() { g_log_remove_handler("XML", m_handler); }
+    ParseErrorCapture(const ParseErrorCapture&) = delete;
+    ParseErrorCapture& operator=(const ParseErrorCapture&) = delete;
+
+private:
+    static void Keep(const gchar*, GLogLevelFlags, const gchar* message, gpointer firstError) {
+        auto& first = *static_cast<std::string*>(firstError);
+        if (first.empty() && message) {
+            first = message;
+            while (!first.empty() && (first.back() == '\n' || first.back() == ' ')) {
+                first.pop_back();
+            }
+        }
+    }
+
+    guint m_handler;
+};
+
 bool IsTag(ArvDomNode* node, std::initializer_list<const char*> tags) {
     const char* tag = arv_dom_node_get_node_name(node);
     for (const char* candidate : tags) {
@@ -88,7 +117,7 @@ CNodeMap::CacheSwitch::~CacheSwitch() {
 CNodeMap::CNodeMap(const gcstring& deviceName) : m_deviceName(deviceName) {}
 
 CNodeMap::~CNodeMap() {
-    m_nodes.clear();
+    m_slots.clear();
     if (m_gc) {
         g_object_unref(m_gc);
     }
@@ -112,116 +141,205 @@ void CNodeMap::Load(const char* xml, size_t size) {
     // several discovery threads take turns.
     static std::mutex loadMutex;
     std::lock_guard<std::mutex> loadGuard(loadMutex);
-    const std::string problem = XmlProblem(xml, size);
-    if (!problem.empty()) {
-        throw RUNTIME_EXCEPTION("Cannot create node map: %s", problem.c_str());
-    }
     m_device = CreateBridgeDevice(this);
-    m_gc = arv_gc_new(m_device, xml, size);
-    if (!m_gc) {
-        throw RUNTIME_EXCEPTION("Cannot create node map: the engine rejected the description");
+    std::string parseError;
+    {
+        ParseErrorCapture capture(parseError);
+        m_gc = arv_gc_new(m_device, xml, size);
+    }
+    ArvDomElement* root =
+        m_gc ? arv_dom_document_get_document_element(ARV_DOM_DOCUMENT(m_gc)) : nullptr;
+    const bool rootOk = root && ARV_IS_GC_REGISTER_DESCRIPTION_NODE(root);
+    if (!m_gc || !rootOk || !parseError.empty()) {
+        // Only a failed load pays for a second parse, for the reason and its line.
+        std::string problem = XmlProblem(xml, size);
+        if (problem.empty()) {
+            problem = !parseError.empty() ? parseError
+                                          : std::string("the engine rejected the description");
+        }
+        throw RUNTIME_EXCEPTION("Cannot create node map: %s", problem.c_str());
     }
     arv_gc_set_register_cache_policy(m_gc, ARV_REGISTER_CACHE_POLICY_ENABLE);
     arv_gc_set_range_check_policy(m_gc, ARV_RANGE_CHECK_POLICY_DISABLE);
     arv_gc_set_access_check_policy(m_gc, ARV_ACCESS_CHECK_POLICY_DISABLE);
-    ArvDomElement* root = arv_dom_document_get_document_element(ARV_DOM_DOCUMENT(m_gc));
-    if (!root) {
-        throw RUNTIME_EXCEPTION("Cannot create node map: the description has no root element");
-    }
-    CollectNodes(ARV_DOM_NODE(root));
+    CollectNodes(xml, size);
 }
 
-void CNodeMap::CollectNodes(ArvDomNode* parent) {
-    for (ArvDomNode* child = arv_dom_node_get_first_child(parent); child;
-         child = arv_dom_node_get_next_sibling(child)) {
-        if (ARV_IS_GC_GROUP_NODE(child)) {
-            CollectNodes(child);
+// Every named node of the document wherever it sits: inside groups, as an
+// entry of a struct register, or as a formula written inside the register
+// that uses it. The names come from one pass over the text and the engine's
+// own index finds their nodes, which is much cheaper than walking its DOM.
+// Wrappers are made when a node is first asked for: most nodes of a large
+// description never are.
+// Node kinds the engine does not know (those of IEEE 1394 descriptions, for
+// one) are dropped by its parser with everything inside them; the rest of the
+// description still works, but the user learns what is missing.
+void CNodeMap::CollectNodes(const char* xml, size_t size) {
+    const std::vector<NamedElement> elements = NamedElements(xml, size);
+    m_slots.reserve(elements.size());
+    m_byName.reserve(elements.size());
+    std::string name;
+    std::string leftOut;
+    size_t leftOutCount = 0;
+    for (const NamedElement& element : elements) {
+        name.assign(element.name);
+        ArvGcNode* node = arv_gc_get_node(m_gc, name.c_str());
+        if (node && ARV_IS_GC_FEATURE_NODE(node) && !ARV_IS_GC_ENUM_ENTRY(node)) {
+            // The key views the engine's copy of the name, which lives as long as the map.
+            auto* feature = ARV_GC_FEATURE_NODE(node);
+            // A name defined twice is one node: the engine keeps one of them.
+            if (m_byName.emplace(arv_gc_feature_node_get_name(feature), m_slots.size()).second) {
+                m_slots.push_back({feature, nullptr});
+            }
             continue;
         }
-        if (!ARV_IS_GC_FEATURE_NODE(child) || ARV_IS_GC_ENUM_ENTRY(child)) {
-            continue;
-        }
-        const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(child));
-        if (name && *name && !m_byName.count(name)) {
-            AddNode(ARV_GC_FEATURE_NODE(child), name);
-        }
+        leftOut += leftOutCount++ ? ", " : "";
+        leftOut.append(element.tag).append(" '").append(element.name).append("'");
+    }
+    if (leftOutCount > 0) {
+        g_log(kLogDomain, G_LOG_LEVEL_MESSAGE,
+              "Description of '%s': %zu node(s) left out, the engine does not support their "
+              "kind: %s",
+              m_deviceName.c_str(), leftOutCount, leftOut.c_str());
     }
 }
 
-void CNodeMap::AddNode(ArvGcFeatureNode* node, const std::string& name) {
+std::unique_ptr<CNode> CNodeMap::MakeWrapper(ArvGcFeatureNode* node, const std::string& name) {
     ArvDomNode* dom = ARV_DOM_NODE(node);
-    std::unique_ptr<CNode> wrapper;
     const bool isRegister = ARV_IS_GC_REGISTER(node);
     if (ARV_IS_GC_CATEGORY(node)) {
-        wrapper = std::make_unique<CCategoryNode>(*this, node, name, intfICategory);
-    } else if (ARV_IS_GC_PORT(node)) {
-        wrapper = std::make_unique<CPortNode>(*this, node, name, intfIPort);
-    } else if (ARV_IS_GC_COMMAND(node)) {
-        wrapper = std::make_unique<CCommandNode>(*this, node, name, intfICommand);
-    } else if (ARV_IS_GC_BOOLEAN(node)) {
-        wrapper = std::make_unique<CBooleanNode>(*this, node, name, intfIBoolean);
-    } else if (ARV_IS_GC_ENUMERATION(node)) {
-        auto enumeration = std::make_unique<CEnumerationNode>(*this, node, name, intfIEnumeration);
-        // Document order, the order GenApi lists entries in.
-        for (ArvDomNode* child = arv_dom_node_get_first_child(dom); child;
-             child = arv_dom_node_get_next_sibling(child)) {
-            if (!ARV_IS_GC_ENUM_ENTRY(child)) {
-                continue;
-            }
-            auto* entryNode = ARV_GC_FEATURE_NODE(child);
-            const char* symbolic = arv_gc_feature_node_get_name(entryNode);
-            auto entry =
-                std::make_unique<CEnumEntryNode>(*this, entryNode, name, symbolic ? symbolic : "");
-            enumeration->AddEntry(entry.get());
-            m_byName.emplace(entry->Name(), entry.get());
-            m_byEngineNode.emplace(ARV_GC_NODE(entryNode), entry.get());
-            m_nodes.push_back(std::move(entry));
-        }
-        wrapper = std::move(enumeration);
-    } else if (ARV_IS_GC_INTEGER(node) && !IsTag(dom, {"Register", "StringReg", "FloatReg"})) {
-        if (isRegister && IsTag(dom, {"IntReg", "MaskedIntReg", "StructEntry"})) {
-            wrapper = std::make_unique<CIntRegNode>(*this, node, name, intfIInteger);
-        } else {
-            wrapper = std::make_unique<CIntegerNode>(*this, node, name, intfIInteger);
-        }
-    } else if (ARV_IS_GC_FLOAT(node) && !IsTag(dom, {"Register", "StringReg", "IntReg"})) {
-        if (isRegister && IsTag(dom, {"FloatReg"})) {
-            wrapper = std::make_unique<CFloatRegNode>(*this, node, name, intfIFloat);
-        } else {
-            wrapper = std::make_unique<CFloatNode>(*this, node, name, intfIFloat);
-        }
-    } else if (ARV_IS_GC_STRING(node) && !IsTag(dom, {"Register", "FloatReg", "IntReg"})) {
-        if (isRegister && IsTag(dom, {"StringReg"})) {
-            wrapper = std::make_unique<CStringRegNode>(*this, node, name, intfIString);
-        } else {
-            wrapper = std::make_unique<CStringNode>(*this, node, name, intfIString);
-        }
-    } else if (isRegister) {
-        wrapper = std::make_unique<CRegisterNode>(*this, node, name, intfIRegister);
-    } else {
-        wrapper = std::make_unique<CPlainNode>(*this, node, name, intfIBase);
+        return std::make_unique<CCategoryNode>(*this, node, name, intfICategory);
     }
-    m_byName.emplace(name, wrapper.get());
-    m_byEngineNode.emplace(ARV_GC_NODE(node), wrapper.get());
-    m_nodes.push_back(std::move(wrapper));
+    if (ARV_IS_GC_PORT(node)) {
+        return std::make_unique<CPortNode>(*this, node, name, intfIPort);
+    }
+    if (ARV_IS_GC_COMMAND(node)) {
+        return std::make_unique<CCommandNode>(*this, node, name, intfICommand);
+    }
+    if (ARV_IS_GC_BOOLEAN(node)) {
+        return std::make_unique<CBooleanNode>(*this, node, name, intfIBoolean);
+    }
+    if (ARV_IS_GC_ENUMERATION(node)) {
+        return MakeEnumeration(node, name);
+    }
+    if (ARV_IS_GC_INTEGER(node) && !IsTag(dom, {"Register", "StringReg", "FloatReg"})) {
+        if (isRegister && IsTag(dom, {"IntReg", "MaskedIntReg", "StructEntry"})) {
+            return std::make_unique<CIntRegNode>(*this, node, name, intfIInteger);
+        }
+        return std::make_unique<CIntegerNode>(*this, node, name, intfIInteger);
+    }
+    if (ARV_IS_GC_FLOAT(node) && !IsTag(dom, {"Register", "StringReg", "IntReg"})) {
+        if (isRegister && IsTag(dom, {"FloatReg"})) {
+            return std::make_unique<CFloatRegNode>(*this, node, name, intfIFloat);
+        }
+        return std::make_unique<CFloatNode>(*this, node, name, intfIFloat);
+    }
+    if (ARV_IS_GC_STRING(node) && !IsTag(dom, {"Register", "FloatReg", "IntReg"})) {
+        if (isRegister && IsTag(dom, {"StringReg"})) {
+            return std::make_unique<CStringRegNode>(*this, node, name, intfIString);
+        }
+        return std::make_unique<CStringNode>(*this, node, name, intfIString);
+    }
+    if (isRegister) {
+        return std::make_unique<CRegisterNode>(*this, node, name, intfIRegister);
+    }
+    return std::make_unique<CPlainNode>(*this, node, name, intfIBase);
+}
+
+// Entries become nodes of the map with their enumeration, under the names
+// GenApi gives them.
+std::unique_ptr<CNode> CNodeMap::MakeEnumeration(ArvGcFeatureNode* node, const std::string& name) {
+    auto enumeration = std::make_unique<CEnumerationNode>(*this, node, name, intfIEnumeration);
+    // Document order, the order GenApi lists entries in.
+    for (ArvDomNode* child = arv_dom_node_get_first_child(ARV_DOM_NODE(node)); child;
+         child = arv_dom_node_get_next_sibling(child)) {
+        if (!ARV_IS_GC_ENUM_ENTRY(child)) {
+            continue;
+        }
+        auto* entryNode = ARV_GC_FEATURE_NODE(child);
+        const char* symbolic = arv_gc_feature_node_get_name(entryNode);
+        auto entry =
+            std::make_unique<CEnumEntryNode>(*this, entryNode, name, symbolic ? symbolic : "");
+        enumeration->AddEntry(entry.get());
+        m_byName.emplace(std::string_view(entry->Name()), m_slots.size());
+        m_slots.push_back({entryNode, std::move(entry)});
+    }
+    return enumeration;
+}
+
+CNode* CNodeMap::Materialize(size_t index) const {
+    if (!m_slots[index].wrapper) {
+        ArvGcFeatureNode* node = m_slots[index].node;
+        // MakeEnumeration appends entry slots: the reference is taken afterwards.
+        std::unique_ptr<CNode> wrapper =
+            const_cast<CNodeMap*>(this)->MakeWrapper(node, arv_gc_feature_node_get_name(node));
+        m_slots[index].wrapper = std::move(wrapper);
+    }
+    return m_slots[index].wrapper.get();
+}
+
+void CNodeMap::MaterializeAll() const {
+    // Entry slots appended on the way are born with their wrappers.
+    for (size_t index = 0; index < m_slots.size(); ++index) {
+        Materialize(index);
+    }
 }
 
 void CNodeMap::GetNodes(NodeList_t& Nodes) const {
+    std::lock_guard<std::recursive_mutex> guard(Mutex());
+    MaterializeAll();
     Nodes.clear();
-    Nodes.reserve(m_nodes.size());
-    for (const auto& node : m_nodes) {
-        Nodes.push_back(node.get());
+    Nodes.reserve(m_slots.size());
+    for (const Slot& slot : m_slots) {
+        Nodes.push_back(slot.wrapper.get());
     }
 }
 
+uint64_t CNodeMap::GetNumNodes() const {
+    std::lock_guard<std::recursive_mutex> guard(Mutex());
+    MaterializeAll();
+    return m_slots.size();
+}
+
+CNode* CNodeMap::Find(std::string_view name) const {
+    std::lock_guard<std::recursive_mutex> guard(Mutex());
+    auto it = m_byName.find(name);
+    if (it != m_byName.end()) {
+        return Materialize(it->second);
+    }
+    // An entry's name exists once its enumeration has been made; the
+    // enumeration's name is a prefix that ends at one of the underscores.
+    constexpr std::string_view kPrefix = "EnumEntry_";
+    if (name.substr(0, kPrefix.size()) != kPrefix) {
+        return nullptr;
+    }
+    const std::string_view rest = name.substr(kPrefix.size());
+    for (size_t cut = rest.find('_'); cut != std::string_view::npos;
+         cut = rest.find('_', cut + 1)) {
+        const auto owner = m_byName.find(rest.substr(0, cut));
+        if (owner != m_byName.end() && ARV_IS_GC_ENUMERATION(m_slots[owner->second].node) &&
+            !m_slots[owner->second].wrapper) {
+            Materialize(owner->second);
+            it = m_byName.find(name);
+            if (it != m_byName.end()) {
+                return Materialize(it->second);
+            }
+        }
+    }
+    return nullptr;
+}
+
 INode* CNodeMap::GetNode(const gcstring& Name) const {
-    const auto it = m_byName.find(Name.str());
-    return it == m_byName.end() ? nullptr : it->second;
+    return Find(std::string_view(Name.c_str(), Name.size()));
 }
 
 CNode* CNodeMap::Wrap(ArvGcNode* node) const {
-    const auto it = m_byEngineNode.find(node);
-    return it == m_byEngineNode.end() ? nullptr : it->second;
+    if (!ARV_IS_GC_FEATURE_NODE(node)) {
+        return nullptr;
+    }
+    const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(node));
+    CNode* wrapper = name ? Find(name) : nullptr;
+    return wrapper && ARV_GC_NODE(wrapper->EngineNode()) == node ? wrapper : nullptr;
 }
 
 void CNodeMap::InvalidateNodes() const {
@@ -230,8 +348,8 @@ void CNodeMap::InvalidateNodes() const {
 }
 
 bool CNodeMap::Connect(IPort* pPort, const gcstring& PortName) const {
-    const auto it = m_byName.find(PortName.str());
-    if (!pPort || it == m_byName.end() || it->second->GetPrincipalInterfaceType() != intfIPort) {
+    const CNode* node = Find(std::string_view(PortName.c_str(), PortName.size()));
+    if (!pPort || !node || node->GetPrincipalInterfaceType() != intfIPort) {
         return false;
     }
     std::lock_guard<std::recursive_mutex> guard(Mutex());

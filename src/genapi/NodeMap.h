@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -16,6 +17,9 @@
 namespace GenApi {
 
 class CNode;
+
+// glib log domain of the layer's own messages (nodes left out of a map).
+inline constexpr const char* kLogDomain = "LumoGenApi";
 
 class CRecursiveLock final : public ILock {
 public:
@@ -47,7 +51,7 @@ public:
     gcstring GetDeviceName() override { return m_deviceName; }
     void Poll(int64_t /*ElapsedTime*/) override {}
     ILock& GetLock() const override { return m_lock; }
-    uint64_t GetNumNodes() const override { return m_nodes.size(); }
+    uint64_t GetNumNodes() const override;
 
     std::recursive_mutex& Mutex() const { return m_lock.Mutex(); }
     CNode* Wrap(ArvGcNode* node) const;
@@ -114,8 +118,12 @@ private:
 
     explicit CNodeMap(const gcstring& deviceName);
     void Load(const char* xml, size_t size);
-    void CollectNodes(ArvDomNode* parent);
-    void AddNode(ArvGcFeatureNode* node, const std::string& name);
+    void CollectNodes(const char* xml, size_t size);
+    std::unique_ptr<CNode> MakeWrapper(ArvGcFeatureNode* node, const std::string& name);
+    std::unique_ptr<CNode> MakeEnumeration(ArvGcFeatureNode* node, const std::string& name);
+    CNode* Materialize(size_t index) const;
+    void MaterializeAll() const;
+    CNode* Find(std::string_view name) const;
     void Raise(const std::string& feature, GError* error) const;
     IPort* PortFor() const;
 
@@ -128,9 +136,14 @@ private:
     mutable CRecursiveLock m_lock;
     ArvDevice* m_device = nullptr;
     ArvGc* m_gc = nullptr;
-    std::vector<std::unique_ptr<CNode>> m_nodes;
-    std::unordered_map<std::string, CNode*> m_byName;
-    std::unordered_map<ArvGcNode*, CNode*> m_byEngineNode;
+    // One slot per node, in document order; the wrapper is made on first use.
+    struct Slot {
+        ArvGcFeatureNode* node;
+        std::unique_ptr<CNode> wrapper;
+    };
+    mutable std::vector<Slot> m_slots;
+    // Slot indexes; the keys view names that live as long as the map.
+    mutable std::unordered_map<std::string_view, size_t> m_byName;
     mutable std::map<std::string, IPort*> m_ports;
     mutable IPort* m_lastPort = nullptr;
     mutable std::exception_ptr m_portFailure;

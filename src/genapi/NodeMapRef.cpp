@@ -2,10 +2,13 @@
 
 #include <arv.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 #include <strings.h>
+#include <vector>
 
 #include "NodeMap.h"
 
@@ -21,17 +24,27 @@ std::string ReadWholeFile(const gcstring& fileName) {
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
-bool EndsWithXml(const char* name) {
-    const size_t length = name ? std::strlen(name) : 0;
-    return length > 4 && strcasecmp(name + length - 4, ".xml") == 0;
+bool EndsWithXml(std::string_view name) {
+    return name.size() > 4 && strncasecmp(name.data() + name.size() - 4, ".xml", 4) == 0;
+}
+
+// What archiving tools add beside the real files: the resource fork folder
+// and AppleDouble files of macOS, whose names end in ".xml" too.
+bool IsArchiverExtra(std::string_view path) {
+    if (path.substr(0, 9) == "__MACOSX/" || path.find("/__MACOSX/") != std::string_view::npos) {
+        return true;
+    }
+    const size_t slash = path.rfind('/');
+    const std::string_view base = slash == std::string_view::npos ? path : path.substr(slash + 1);
+    return base.substr(0, 2) == "._";
 }
 
 struct ZipDeleter {
     void operator()(ArvZip* zip) const { arv_zip_free(zip); }
 };
 
-// Archives often carry folder entries and notes beside the description; the
-// one entry whose name ends in ".xml" is the description.
+// The one real entry whose name ends in ".xml" is the description; folders,
+// notes and archiver extras around it are ignored.
 std::string XmlFromZip(const void* data, size_t size) {
     if (!data || size == 0) {
         throw RUNTIME_EXCEPTION("Cannot create node map: the ZIP data is empty");
@@ -40,24 +53,36 @@ std::string XmlFromZip(const void* data, size_t size) {
     if (!zip) {
         throw RUNTIME_EXCEPTION("Cannot create node map: the ZIP data cannot be read");
     }
-    const char* xmlName = nullptr;
-    int xmlCount = 0;
-    for (const GSList* it = arv_zip_get_file_list(zip.get()); it; it = it->next) {
+    const GSList* entries = arv_zip_get_file_list(zip.get());
+    if (!entries) {
+        throw RUNTIME_EXCEPTION("Cannot create node map: the ZIP data cannot be read");
+    }
+    std::vector<std::string> candidates;
+    for (const GSList* it = entries; it; it = it->next) {
         const char* name = arv_zip_file_get_name(static_cast<ArvZipFile*>(it->data));
-        if (EndsWithXml(name)) {
-            xmlName = name;
-            ++xmlCount;
+        if (name && EndsWithXml(name) && !IsArchiverExtra(name)) {
+            candidates.push_back(name);
         }
     }
-    if (xmlCount != 1) {
-        throw RUNTIME_EXCEPTION("Cannot create node map: the ZIP data holds %d XML files, not one",
-                                xmlCount);
+    if (candidates.empty()) {
+        throw RUNTIME_EXCEPTION("Cannot create node map: the ZIP data holds no XML file");
+    }
+    if (candidates.size() > 1) {
+        std::sort(candidates.begin(), candidates.end());
+        std::string names;
+        for (const std::string& name : candidates) {
+            names += (names.empty() ? "'" : ", '") + name + "'";
+        }
+        throw RUNTIME_EXCEPTION(
+            "Cannot create node map: the ZIP data holds %zu XML files, not one: %s",
+            candidates.size(), names.c_str());
     }
     size_t xmlSize = 0;
-    void* xml = arv_zip_get_file(zip.get(), xmlName, &xmlSize);
+    void* xml = arv_zip_get_file(zip.get(), candidates.front().c_str(), &xmlSize);
     if (!xml) {
         throw RUNTIME_EXCEPTION(
-            "Cannot create node map: '%s' cannot be extracted from the ZIP data", xmlName);
+            "Cannot create node map: '%s' cannot be extracted from the ZIP data",
+            candidates.front());
     }
     std::string text(static_cast<const char*>(xml), xmlSize);
     g_free(xml);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "TestDescription.h"
 #include "TestPort.h"
@@ -103,16 +104,47 @@ TEST(NodeMapRefTest, ZipDataWithOneXmlAmongOtherEntriesLoads) {
     EXPECT_NE(CIntegerPtr(map._GetNode("Width")), nullptr);
 }
 
-TEST(NodeMapRefTest, ZipDataWithoutExactlyOneXmlOrGarbageIsAParseError) {
+// Archives made on macOS carry a resource-fork folder and AppleDouble files
+// whose names end in ".xml" as well.
+TEST(NodeMapRefTest, ZipDataFromMacOsLoadsItsOneRealDescription) {
+    const std::string appleDouble("\x00\x05\x16\x07\x00\x02\x00\x00Mac OS X", 16);
+    const std::vector<std::vector<std::string>> layouts = {
+        {"cam.xml", "__MACOSX/._cam.xml"},
+        {"._cam.xml", "cam.xml"},
+        {"desc/", "desc/cam.xml", "desc/._cam.xml", "__MACOSX/desc/._cam.xml", "__MACOSX/"},
+    };
+    for (const auto& layout : layouts) {
+        CZipBuilder builder;
+        for (const std::string& name : layout) {
+            const bool real = name.find("._") == std::string::npos && name.back() != '/';
+            builder.Add(name, real ? kTestDescription : name.back() == '/' ? "" : appleDouble);
+        }
+        const std::string zip = builder.Build();
+        CNodeMapRef map;
+        map._LoadXMLFromZIPData(zip.data(), zip.size());
+        EXPECT_NE(CIntegerPtr(map._GetNode("Width")), nullptr) << layout.back();
+    }
+}
+
+TEST(NodeMapRefTest, ZipDataWithoutExactlyOneRealXmlIsAParseErrorNamingThem) {
     CZipBuilder none;
     none.Add("readme.txt", "hello");
+    none.Add("__MACOSX/._cam.xml", "fork");
     CZipBuilder two;
     two.Add("a.xml", kTestDescription);
-    two.Add("b.xml", kTestDescription);
+    two.Add("sub/b.XML", kTestDescription);
+    two.Add("__MACOSX/._a.xml", "fork");
     const std::string garbage(300, '\x5a');
-    for (const std::string& data : {none.Build(), two.Build(), garbage}) {
+    const std::pair<std::string, std::string> cases[] = {
+        {none.Build(), "the ZIP data holds no XML file"},
+        {two.Build(), "the ZIP data holds 2 XML files, not one: 'a.xml', 'sub/b.XML'"},
+        {garbage, "the ZIP data cannot be read"},
+    };
+    for (const auto& [data, reason] : cases) {
         CNodeMapRef map;
-        EXPECT_THROW(map._LoadXMLFromZIPData(data.data(), data.size()), GenICam::GenericException);
+        const std::string error = DescriptionOf<GenICam::RuntimeException>(
+            [&] { map._LoadXMLFromZIPData(data.data(), data.size()); });
+        EXPECT_NE(error.find(reason), std::string::npos) << error;
         EXPECT_EQ(map._Ptr(), nullptr);
     }
     CNodeMapRef map;
