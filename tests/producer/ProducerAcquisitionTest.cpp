@@ -243,15 +243,6 @@ TEST_F(ProducerAcquisition, GigEVisionSettingsAndPixelByteOrder) {
     // Packet size: no lower bound, upper bound enforced.
     EXPECT_EQ(WriteU32(hRemote, LumoSim::CamReg::kPacketSize, 9000), GC_ERR_INVALID_VALUE);
     EXPECT_EQ(WriteU32(hRemote, LumoSim::CamReg::kPacketSize, 8), GC_ERR_SUCCESS);
-    // The stream's GigE Vision registers keep what is written, also in two-byte writes.
-    const uint16_t min = 0, max = 8000, inc = 8;
-    for (const auto& [addr, value] : {std::pair{0x228u, min}, {0x22Cu, max}, {0x230u, inc}}) {
-        size_t size = 2;
-        ASSERT_EQ(p->GCWritePort(hDS, addr, &value, &size), GC_ERR_SUCCESS);
-        EXPECT_EQ(ReadU32(hDS, addr), value);
-    }
-    EXPECT_EQ(WriteU32(hDS, 0x24, 0xC0A80001), GC_ERR_SUCCESS);
-    EXPECT_EQ(ReadU32(hDS, 0x24), 0xC0A80001u);
     EVENT_HANDLE remoteEv = nullptr;
     ASSERT_EQ(p->GCRegisterEvent(hDev, EVENT_REMOTE_DEVICE, &remoteEv), GC_ERR_SUCCESS);
     Start(2);
