@@ -216,24 +216,6 @@ TEST_F(ProducerAcquisition, UserBuffersEventsKillAndFlush) {
     EXPECT_EQ(back, mem.data());
 }
 
-TEST_F(ProducerAcquisition, FeatureWriteRaisesConfiguredEvent) {
-    OpenFirstDevice(R"({"interfaces": [{"devices": [{}]}],
-        "events": {"onFeatureWrite": [{"feature": "Width", "type": "change", "value": "1"}]}})");
-    EVENT_HANDLE change = nullptr;
-    ASSERT_EQ(p->GCRegisterEvent(hDev, EVENT_FEATURE_CHANGE, &change), GC_ERR_SUCCESS);
-    ASSERT_EQ(WriteU32(hRemote, LumoSim::CamReg::kWidth, 100), GC_ERR_SUCCESS);
-    uint8_t data[1024];
-    size_t size = sizeof data;
-    ASSERT_EQ(p->EventGetData(change, data, &size, 1000), GC_ERR_SUCCESS);
-    char name[64];
-    INFO_DATATYPE type = 0;
-    size_t nameSize = sizeof name;
-    ASSERT_EQ(p->EventGetDataInfo(change, data, size, EVENT_DATA_ID, &type, name, &nameSize),
-              GC_ERR_SUCCESS);
-    EXPECT_STREQ(name, "Width");
-    EXPECT_EQ(type, INFO_DATATYPE_STRING);
-}
-
 TEST_F(ProducerAcquisition, GigEVisionSettingsAndPixelByteOrder) {
     Prepare(R"({"interfaces": [{"devices": [{"frameRate": 0, "sensorWidth": 16, "sensorHeight": 4,
         "pixelFormats": ["Mono16", "Mono8"], "pixelFormat": "Mono16", "pgrPixelBigEndian": true,
