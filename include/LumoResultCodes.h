@@ -38,8 +38,9 @@ inline constexpr int kStartRefused = -8;  ///< DSStartAcquisition failed
 
 /// ICamera::GrabImage (and the engine's own grab).
 namespace grab_image {
-inline constexpr int kNotGrabbing = -1;  ///< no StartGrab, or a null output pointer
-inline constexpr int kWaitFailed = -10;  ///< any other error of the event wait
+inline constexpr int kNotGrabbing = -1;       ///< no StartGrab, or a null output pointer
+inline constexpr int kStoppedMeanwhile = -2;  ///< the acquisition stopped before the grab began
+inline constexpr int kWaitFailed = -10;       ///< any other error of the event wait
 inline constexpr int kTimeout = -11;
 inline constexpr int kAborted = -12;             ///< StopGrab ended the wait
 inline constexpr int kBufferTooSmall = -13;      ///< GC_ERR_BUFFER_TOO_SMALL

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "CallLog.h"
 #include "InfoValue.h"
 #include "Producer.h"
 
@@ -63,10 +64,12 @@ std::unique_ptr<CProducer>& LoadedProducer();
 CProducer& EnterCall(const char* name);
 
 // Runs the body of the call `name` (a callable taking CProducer&, returning GC_ERROR) under the API
-// lock and turns whatever it throws into a GenTL code and the thread's last error.
+// lock and turns whatever it throws into a GenTL code and the thread's last error. The call is
+// recorded first, with `detail` (see CallLog.h).
 template <typename Body>
-GenTL::GC_ERROR Guarded(const char* name, Body&& body) {
+GenTL::GC_ERROR Guarded(const char* name, const std::string& detail, Body&& body) {
     std::lock_guard<std::mutex> lk(ApiLock());
+    RecordCall(name, detail);
     try {
         return body(EnterCall(name));
     } catch (const CApiError& e) {
@@ -76,6 +79,11 @@ GenTL::GC_ERROR Guarded(const char* name, Body&& body) {
     } catch (const std::exception& e) {
         return SetLastError(GenTL::GC_ERR_ERROR, std::string(name) + ": " + e.what());
     }
+}
+
+template <typename Body>
+GenTL::GC_ERROR Guarded(const char* name, Body&& body) {
+    return Guarded(name, std::string(), std::forward<Body>(body));
 }
 
 inline GenTL::GC_ERROR Ok() {

@@ -60,8 +60,28 @@ void ParseDescription(const json& j, const std::string& path, DescriptionConfig&
     Get(j, "padding", path, d.padding);
     Get(j, "url", path, d.urlOverride);
     Get(j, "readFails", path, d.readFails);
-    if (d.padding != "none" && d.padding != "nul" && d.padding != "ff") {
-        Fail(path + ".padding", "must be none, nul or ff");
+    const std::set<std::string> paddings{"none", "nul", "ff", "nulInside", "ffInside"};
+    if (!paddings.count(d.padding)) {
+        Fail(path + ".padding", "must be none, nul, ff, nulInside or ffInside");
+    }
+}
+
+// "bufferInfo": {"<BUFFER_INFO command>": value, ...}; JSON keys are text, commands numbers.
+void ParseBufferInfo(const json& faults, std::map<int32_t, uint64_t>& out) {
+    std::map<std::string, uint64_t> byText;
+    Get(faults, "bufferInfo", "faults", byText);
+    for (const auto& [key, value] : byText) {
+        size_t used = 0;
+        int command = -1;
+        try {
+            command = std::stoi(key, &used);
+        } catch (const std::exception&) {
+            used = 0;
+        }
+        if (used != key.size() || command < 0) {
+            Fail("faults.bufferInfo." + key, "must be a BUFFER_INFO command number");
+        }
+        out[command] = value;
     }
 }
 
@@ -290,7 +310,7 @@ bool Config::Parse(const std::string& text, Config& out, std::string& error) {
             const json& f = j.at("faults");
             CheckKeys(f, "faults",
                       {"calls", "registers", "delays", "incompleteEvery", "maxAllocBuffers",
-                       "chunkOverrun", "dropDeviceAfterFrames", "dropDeviceOnCall"});
+                       "chunkOverrun", "dropDeviceAfterFrames", "dropDeviceOnCall", "bufferInfo"});
             if (f.contains("calls")) {
                 for (size_t i = 0; i < f.at("calls").size(); ++i) {
                     const std::string p = "faults.calls[" + std::to_string(i) + "]";
@@ -332,6 +352,7 @@ bool Config::Parse(const std::string& text, Config& out, std::string& error) {
             Get(f, "chunkOverrun", "faults", c.chunkOverrun);
             Get(f, "dropDeviceAfterFrames", "faults", c.dropAfterFrames);
             Get(f, "dropDeviceOnCall", "faults", c.dropOnCall);
+            ParseBufferInfo(f, c.bufferInfo);
         }
         if (j.contains("events")) {
             const json& e = j.at("events");

@@ -12,7 +12,7 @@ namespace LumoSim {
 
 struct DescriptionConfig {
     bool zipped = false;
-    std::string padding = "none";  // "none", "nul" or "ff"
+    std::string padding = "none";  // "none", "nul", "ff", "nulInside" or "ffInside"
     std::string urlOverride;       // reported verbatim instead of the generated URL
     bool readFails = false;        // reading the file through the port fails with GC_ERR_IO
 };
@@ -76,6 +76,7 @@ struct Config {
     uint64_t incompleteEvery = 0;
     uint64_t maxAllocBuffers = UINT64_MAX;
     bool chunkOverrun = false;
+    std::map<int32_t, uint64_t> bufferInfo;  // BUFFER_INFO command -> value every buffer reports
     uint64_t dropAfterFrames = 0;
     std::string dropOnCall;
     std::vector<FeatureEvent> featureEvents;

@@ -1,5 +1,6 @@
 // The data stream module (DS*): buffers, acquisition and their information.
 #include <algorithm>
+#include <cstring>
 #include <optional>
 
 #include "ApiCall.h"
@@ -111,6 +112,19 @@ InfoValue BufferInfo(const CDataStream& ds, const CBuffer& b, BUFFER_INFO_CMD cm
         default:
             Fail(GC_ERR_NOT_IMPLEMENTED, "unknown BUFFER_INFO command " + std::to_string(cmd));
     }
+}
+
+// BufferInfo with the values the configuration imposes (faults.bufferInfo), each in the type of
+// the real answer, as a producer that reports its own idea of a value does.
+InfoValue ConfiguredBufferInfo(const CProducer& p, const CDataStream& ds, const CBuffer& b,
+                               BUFFER_INFO_CMD cmd) {
+    InfoValue v = BufferInfo(ds, b, cmd);
+    const auto it = p.config.bufferInfo.find(cmd);
+    if (it != p.config.bufferInfo.end() && v.type != INFO_DATATYPE_STRING &&
+        v.bytes.size() <= sizeof it->second) {
+        std::memcpy(v.bytes.data(), &it->second, v.bytes.size());  // little-endian low bytes
+    }
+    return v;
 }
 
 // The payload size takes the camera lock; everything else is read under the stream lock.
@@ -331,7 +345,7 @@ GC_API DSGetBufferInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, BUFFER_INFO
     return Guarded("DSGetBufferInfo", [&](CProducer& p) {
         auto [ds, b] = BufferOf(p, hDataStream, hBuffer);
         std::lock_guard<std::mutex> g(*ds.lock);
-        return Out(BufferInfo(ds, b, iInfoCmd), piType, pBuffer, piSize);
+        return Out(ConfiguredBufferInfo(p, ds, b, iInfoCmd), piType, pBuffer, piSize);
     });
 }
 
@@ -397,7 +411,7 @@ GC_API DSGetBufferInfoStacked(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer,
         for (size_t i = 0; i < iNumInfos; ++i) {
             auto& e = pInfoStacked[i];
             try {
-                const InfoValue v = BufferInfo(ds, b, e.iInfoCmd);
+                const InfoValue v = ConfiguredBufferInfo(p, ds, b, e.iInfoCmd);
                 INFO_DATATYPE t = 0;
                 size_t size = e.iSize;
                 e.iResult = v.CopyOut(&t, e.pBuffer, &size);

@@ -82,7 +82,8 @@ GC_API IFGetDeviceInfo(IF_HANDLE hIface, const char* sDeviceID, DEVICE_INFO_CMD 
 
 GC_API IFOpenDevice(IF_HANDLE hIface, const char* sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlag,
                     DEV_HANDLE* phDevice) {
-    return Guarded("IFOpenDevice", [&](CProducer& p) {
+    // The call log names the access flag asked for.
+    return Guarded("IFOpenDevice", std::to_string(iOpenFlag), [&](CProducer& p) {
         CInterface& i = Handle<CInterface>(p, hIface);
         Require(sDeviceID && phDevice, "IFOpenDevice: null argument");
         Expect(iOpenFlag != DEVICE_ACCESS_NONE, GC_ERR_NOT_IMPLEMENTED,

@@ -16,11 +16,7 @@ void CModule::InstallXml(const std::string& xml, const std::string& fileBase) {
         file.assign(xml.begin(), xml.end());
         name += ".xml";
     }
-    xmlSize = file.size();
-    // Padding sits after the declared length, as devices that round their file area up do.
-    if (desc.padding != "none") {
-        file.resize(file.size() + 64, desc.padding == "nul" ? 0x00 : 0xFF);
-    }
+    xmlSize = AddPadding(file);
     xmlAddress = 0x100000;
     regs.Add(xmlAddress, std::move(file), true, false);
     char buf[256];
@@ -28,6 +24,19 @@ void CModule::InstallXml(const std::string& xml, const std::string& fileBase) {
                   static_cast<unsigned long long>(xmlAddress),
                   static_cast<unsigned long long>(xmlSize));
     url = desc.urlOverride.empty() ? std::string(buf) : desc.urlOverride;
+}
+
+size_t CModule::AddPadding(std::vector<uint8_t>& file) const {
+    const size_t content = file.size();
+    if (desc.padding == "none") {
+        return content;
+    }
+    // Devices that round their file area up pad after the declared length; others declare the
+    // rounded length, so the padding is read with the file.
+    const bool inside = desc.padding == "nulInside" || desc.padding == "ffInside";
+    const bool nul = desc.padding == "nul" || desc.padding == "nulInside";
+    file.resize(content + kPaddingBytes, nul ? 0x00 : 0xFF);
+    return inside ? file.size() : content;
 }
 
 void CModule::RaiseEvent(int32_t type, CEvent::Entry entry) {

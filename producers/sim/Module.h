@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "Config.h"
 #include "Event.h"
@@ -36,6 +37,9 @@ public:
 
     // Places the description file into the register space and fills the URL.
     void InstallXml(const std::string& xml, const std::string& fileBase);
+    // Pads `file` as the description options say; returns the length the URL declares.
+    size_t AddPadding(std::vector<uint8_t>& file) const;
+    static constexpr size_t kPaddingBytes = 64;
     void RaiseEvent(int32_t type, CEvent::Entry entry);
 };
 

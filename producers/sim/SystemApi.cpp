@@ -92,6 +92,7 @@ namespace GenTL {
 
 GC_API GCInitLib(void) {
     std::lock_guard<std::mutex> lk(ApiLock());
+    RecordCall("GCInitLib");
     auto& producer = LoadedProducer();
     if (producer)
         return SetLastError(GC_ERR_RESOURCE_IN_USE, "GCInitLib: already initialised");
@@ -124,6 +125,7 @@ GC_API GCGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer, siz
 }
 
 GC_API GCGetLastError(GC_ERROR* piErrorCode, char* sErrText, size_t* piSize) {
+    RecordCall("GCGetLastError");
     {
         std::lock_guard<std::mutex> lk(ApiLock());
         if (!LoadedProducer())

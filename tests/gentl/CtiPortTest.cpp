@@ -32,8 +32,9 @@ struct DescriptionCase {
 const DescriptionCase kCases[] = {
     {"plain.cti", R"({"zipped": false, "padding": "none"})"},
     {"zipped.cti", R"({"zipped": true})"},
-    {"nulpad.cti", R"({"zipped": false, "padding": "nul"})"},
-    {"ffpad.cti", R"({"zipped": false, "padding": "ff"})"},
+    // Padding that the declared length includes, so the port reads it with the file.
+    {"nulpad.cti", R"({"zipped": false, "padding": "nulInside"})"},
+    {"ffpad.cti", R"({"zipped": false, "padding": "ffInside"})"},
     {"readfails.cti", R"({"readFails": true})"},
     {"filescheme.cti", R"({"url": "file:///tmp/system.xml"})"},
     {"httpscheme.cti", R"({"url": "http://example.invalid/system.xml"})"},

@@ -216,24 +216,6 @@ TEST_F(ProducerAcquisition, UserBuffersEventsKillAndFlush) {
     EXPECT_EQ(back, mem.data());
 }
 
-TEST_F(ProducerAcquisition, FeatureWriteRaisesConfiguredEvent) {
-    OpenFirstDevice(R"({"interfaces": [{"devices": [{}]}],
-        "events": {"onFeatureWrite": [{"feature": "Width", "type": "change", "value": "1"}]}})");
-    EVENT_HANDLE change = nullptr;
-    ASSERT_EQ(p->GCRegisterEvent(hDev, EVENT_FEATURE_CHANGE, &change), GC_ERR_SUCCESS);
-    ASSERT_EQ(WriteU32(hRemote, LumoSim::CamReg::kWidth, 100), GC_ERR_SUCCESS);
-    uint8_t data[1024];
-    size_t size = sizeof data;
-    ASSERT_EQ(p->EventGetData(change, data, &size, 1000), GC_ERR_SUCCESS);
-    char name[64];
-    INFO_DATATYPE type = 0;
-    size_t nameSize = sizeof name;
-    ASSERT_EQ(p->EventGetDataInfo(change, data, size, EVENT_DATA_ID, &type, name, &nameSize),
-              GC_ERR_SUCCESS);
-    EXPECT_STREQ(name, "Width");
-    EXPECT_EQ(type, INFO_DATATYPE_STRING);
-}
-
 TEST_F(ProducerAcquisition, GigEVisionSettingsAndPixelByteOrder) {
     Prepare(R"({"interfaces": [{"devices": [{"frameRate": 0, "sensorWidth": 16, "sensorHeight": 4,
         "pixelFormats": ["Mono16", "Mono8"], "pixelFormat": "Mono16", "pgrPixelBigEndian": true,
@@ -243,15 +225,6 @@ TEST_F(ProducerAcquisition, GigEVisionSettingsAndPixelByteOrder) {
     // Packet size: no lower bound, upper bound enforced.
     EXPECT_EQ(WriteU32(hRemote, LumoSim::CamReg::kPacketSize, 9000), GC_ERR_INVALID_VALUE);
     EXPECT_EQ(WriteU32(hRemote, LumoSim::CamReg::kPacketSize, 8), GC_ERR_SUCCESS);
-    // The stream's GigE Vision registers keep what is written, also in two-byte writes.
-    const uint16_t min = 0, max = 8000, inc = 8;
-    for (const auto& [addr, value] : {std::pair{0x228u, min}, {0x22Cu, max}, {0x230u, inc}}) {
-        size_t size = 2;
-        ASSERT_EQ(p->GCWritePort(hDS, addr, &value, &size), GC_ERR_SUCCESS);
-        EXPECT_EQ(ReadU32(hDS, addr), value);
-    }
-    EXPECT_EQ(WriteU32(hDS, 0x24, 0xC0A80001), GC_ERR_SUCCESS);
-    EXPECT_EQ(ReadU32(hDS, 0x24), 0xC0A80001u);
     EVENT_HANDLE remoteEv = nullptr;
     ASSERT_EQ(p->GCRegisterEvent(hDev, EVENT_REMOTE_DEVICE, &remoteEv), GC_ERR_SUCCESS);
     Start(2);
