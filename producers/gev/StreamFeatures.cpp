@@ -51,6 +51,14 @@ void CStream::BuildFeatures() {
         [this](int64_t on) {
             options_ = on ? options_ | kOptionPacketResend : options_ & ~kOptionPacketResend;
         });
+    // What the running Aravis stream really does, to check that the setting reached it.
+    f.Boolean("StreamPacketResendActive", [this] {
+        if (engine_ == nullptr)
+            return int64_t{0};
+        ArvGvStreamPacketResend resend = ARV_GV_STREAM_PACKET_RESEND_NEVER;
+        g_object_get(engine_, "packet-resend", &resend, nullptr);
+        return int64_t{resend == ARV_GV_STREAM_PACKET_RESEND_ALWAYS};
+    });
     f.Integer("PacketTimeout", [this] { return packetTimeoutUs_; }, [this](int64_t v) {
         if (v <= 0 || v > 10000000)
             Fail(GenTL::GC_ERR_INVALID_VALUE, "PacketTimeout is 1 to 10000000 us");
