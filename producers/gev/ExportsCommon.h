@@ -66,7 +66,8 @@ template <typename T>
 std::shared_ptr<T> Lookup(CProducer& p, void* h, Kind kind) {
     auto object = p.handles.Get<T>(h, kind);
     if (!object)
-        Fail(GenTL::GC_ERR_INVALID_HANDLE, std::string("not an open ") + KindName(kind) + " handle");
+        Fail(GenTL::GC_ERR_INVALID_HANDLE,
+             std::string("not an open ") + KindName(kind) + " handle");
     return object;
 }
 

@@ -81,9 +81,9 @@ InfoReply UrlInfo(const std::string& url, URL_INFO_CMD cmd) {
         case URL_INFO_URL:
             return InfoReply::Text(url);
         case URL_INFO_SCHEME:
-            return InfoReply::I32(local ? URL_SCHEME_LOCAL
-                                        : url.compare(0, 5, "File:") == 0 ? URL_SCHEME_FILE
-                                                                          : URL_SCHEME_HTTP);
+            return InfoReply::I32(local                             ? URL_SCHEME_LOCAL
+                                  : url.compare(0, 5, "File:") == 0 ? URL_SCHEME_FILE
+                                                                    : URL_SCHEME_HTTP);
         case URL_INFO_FILENAME:
             if (colon == std::string::npos)
                 break;
@@ -171,13 +171,17 @@ GC_API GCWritePort(PORT_HANDLE hPort, uint64_t iAddress, const void* pBuffer, si
     });
 }
 
-GC_API GCReadPortStacked(PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTRY* pEntries, size_t* piNumEntries) {
+GC_API GCReadPortStacked(PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTRY* pEntries,
+                         size_t* piNumEntries) {
     if (pEntries == nullptr || piNumEntries == nullptr)
-        return Call("GCReadPortStacked", [] { Fail(GC_ERR_INVALID_PARAMETER, "pEntries and piNumEntries are required"); });
+        return Call("GCReadPortStacked", [] {
+            Fail(GC_ERR_INVALID_PARAMETER, "pEntries and piNumEntries are required");
+        });
     const size_t n = *piNumEntries;
     for (size_t i = 0; i < n; ++i) {
         size_t size = pEntries[i].Size;
-        if (const GC_ERROR rc = GCReadPort(hPort, pEntries[i].Address, pEntries[i].pBuffer, &size)) {
+        if (const GC_ERROR rc =
+                GCReadPort(hPort, pEntries[i].Address, pEntries[i].pBuffer, &size)) {
             *piNumEntries = i;
             return rc;
         }
@@ -185,13 +189,17 @@ GC_API GCReadPortStacked(PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTRY* pEntries,
     return GC_ERR_SUCCESS;
 }
 
-GC_API GCWritePortStacked(PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTRY* pEntries, size_t* piNumEntries) {
+GC_API GCWritePortStacked(PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTRY* pEntries,
+                          size_t* piNumEntries) {
     if (pEntries == nullptr || piNumEntries == nullptr)
-        return Call("GCWritePortStacked", [] { Fail(GC_ERR_INVALID_PARAMETER, "pEntries and piNumEntries are required"); });
+        return Call("GCWritePortStacked", [] {
+            Fail(GC_ERR_INVALID_PARAMETER, "pEntries and piNumEntries are required");
+        });
     const size_t n = *piNumEntries;
     for (size_t i = 0; i < n; ++i) {
         size_t size = pEntries[i].Size;
-        if (const GC_ERROR rc = GCWritePort(hPort, pEntries[i].Address, pEntries[i].pBuffer, &size)) {
+        if (const GC_ERROR rc =
+                GCWritePort(hPort, pEntries[i].Address, pEntries[i].pBuffer, &size)) {
             *piNumEntries = i;
             return rc;
         }
@@ -221,7 +229,8 @@ GC_API GCGetPortURLInfo(PORT_HANDLE hPort, uint32_t iURLIndex, URL_INFO_CMD iInf
     return Locked("GCGetPortURLInfo", [&](CProducer& p, auto&) {
         const PortRef port = LookupPort(p, hPort);
         if (port.url.empty() || iURLIndex != 0)
-            Fail(GC_ERR_INVALID_INDEX, "URL index " + std::to_string(iURLIndex) + " is beyond the list");
+            Fail(GC_ERR_INVALID_INDEX,
+                 "URL index " + std::to_string(iURLIndex) + " is beyond the list");
         ReplyInfo(UrlInfo(port.url, iInfoCmd), piType, pBuffer, piSize);
     });
 }
@@ -269,7 +278,8 @@ GC_API GCGetPortInfo(PORT_HANDLE hPort, PORT_INFO_CMD iInfoCmd, INFO_DATATYPE* p
                 r = InfoReply::Text("1.0");
                 break;
             default:
-                Fail(GC_ERR_NOT_IMPLEMENTED, "unknown PORT_INFO command " + std::to_string(iInfoCmd));
+                Fail(GC_ERR_NOT_IMPLEMENTED,
+                     "unknown PORT_INFO command " + std::to_string(iInfoCmd));
         }
         ReplyInfo(r, piType, pBuffer, piSize);
     });
@@ -332,7 +342,8 @@ GC_API EventGetDataInfo(EVENT_HANDLE hEvent, const void* pInBuffer, size_t iInSi
             case EVENT_DATA_NUMID:
                 Fail(GC_ERR_NOT_AVAILABLE, "new-buffer events carry no numeric ID");
             default:
-                Fail(GC_ERR_NOT_IMPLEMENTED, "unknown EVENT_DATA_INFO command " + std::to_string(iInfoCmd));
+                Fail(GC_ERR_NOT_IMPLEMENTED,
+                     "unknown EVENT_DATA_INFO command " + std::to_string(iInfoCmd));
         }
     });
 }
@@ -357,7 +368,8 @@ GC_API EventGetInfo(EVENT_HANDLE hEvent, EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE*
                 r = InfoReply::SizeT(sizeof(EVENT_NEW_BUFFER_DATA));
                 break;
             default:
-                Fail(GC_ERR_NOT_IMPLEMENTED, "unknown EVENT_INFO command " + std::to_string(iInfoCmd));
+                Fail(GC_ERR_NOT_IMPLEMENTED,
+                     "unknown EVENT_INFO command " + std::to_string(iInfoCmd));
         }
         ReplyInfo(r, piType, pBuffer, piSize);
     });

@@ -98,7 +98,8 @@ const DeviceRecord& KnownDevice(const CInterface& itf, const char* id) {
 extern "C" {
 
 GC_API GCGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
-    return Locked("GCGetInfo", [&](CProducer&, auto&) { ReplyInfo(TlInfo(iInfoCmd), piType, pBuffer, piSize); });
+    return Locked("GCGetInfo",
+                  [&](CProducer&, auto&) { ReplyInfo(TlInfo(iInfoCmd), piType, pBuffer, piSize); });
 }
 
 GC_API TLOpen(TL_HANDLE* phTL) {
@@ -149,7 +150,8 @@ GC_API TLGetInterfaceID(TL_HANDLE hTL, uint32_t iIndex, char* sID, size_t* piSiz
     return Locked("TLGetInterfaceID", [&](CProducer& p, auto&) {
         auto sys = Lookup<CSystem>(p, hTL, Kind::System);
         if (!sys->listed || iIndex != 0)
-            Fail(GC_ERR_INVALID_INDEX, "interface index " + std::to_string(iIndex) + " is beyond the list");
+            Fail(GC_ERR_INVALID_INDEX,
+                 "interface index " + std::to_string(iIndex) + " is beyond the list");
         ReplyText(CInterface::kId, sID, piSize);
     });
 }
@@ -216,7 +218,8 @@ GC_API IFGetDeviceID(IF_HANDLE hIface, uint32_t iIndex, char* sIDeviceID, size_t
     return Locked("IFGetDeviceID", [&](CProducer& p, auto&) {
         CInterface& itf = OpenInterface(p, hIface);
         if (iIndex >= itf.Devices().size())
-            Fail(GC_ERR_INVALID_INDEX, "device index " + std::to_string(iIndex) + " is beyond the list");
+            Fail(GC_ERR_INVALID_INDEX,
+                 "device index " + std::to_string(iIndex) + " is beyond the list");
         ReplyText(itf.Devices()[iIndex].id, sIDeviceID, piSize);
     });
 }
@@ -236,7 +239,8 @@ GC_API IFOpenDevice(IF_HANDLE hIface, const char* sDeviceID, DEVICE_ACCESS_FLAGS
         Require(phDevice, "phDevice");
         const DeviceRecord& rec = KnownDevice(itf, sDeviceID);
         if (iOpenFlag == DEVICE_ACCESS_NONE || iOpenFlag >= DEVICE_ACCESS_CUSTOM_ID)
-            Fail(GC_ERR_NOT_IMPLEMENTED, "access flag " + std::to_string(iOpenFlag) + " is not supported");
+            Fail(GC_ERR_NOT_IMPLEMENTED,
+                 "access flag " + std::to_string(iOpenFlag) + " is not supported");
         if (iOpenFlag < DEVICE_ACCESS_READONLY || iOpenFlag > DEVICE_ACCESS_EXCLUSIVE)
             Fail(GC_ERR_INVALID_PARAMETER, "unknown access flag " + std::to_string(iOpenFlag));
         if (itf.OpenDevice(rec.id) != nullptr)
@@ -274,7 +278,8 @@ GC_API DevGetNumDataStreams(DEV_HANDLE hDevice, uint32_t* piNumDataStreams) {
     });
 }
 
-GC_API DevGetDataStreamID(DEV_HANDLE hDevice, uint32_t iIndex, char* sDataStreamID, size_t* piSize) {
+GC_API DevGetDataStreamID(DEV_HANDLE hDevice, uint32_t iIndex, char* sDataStreamID,
+                          size_t* piSize) {
     return Locked("DevGetDataStreamID", [&](CProducer& p, auto&) {
         auto dev = Lookup<CDevice>(p, hDevice, Kind::Device);
         if (iIndex != 0)

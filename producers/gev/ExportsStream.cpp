@@ -32,7 +32,8 @@ InfoReply StreamInfo(CStream& s, STREAM_INFO_CMD cmd) {
         case STREAM_INFO_NUM_ANNOUNCED:
             return InfoReply::SizeT(s.NumAnnounced());
         case STREAM_INFO_NUM_QUEUED:
-            return InfoReply::SizeT(s.Count(CBuffer::Where::Input) + s.Count(CBuffer::Where::Engine));
+            return InfoReply::SizeT(s.Count(CBuffer::Where::Input) +
+                                    s.Count(CBuffer::Where::Engine));
         case STREAM_INFO_NUM_AWAIT_DELIVERY:
             return InfoReply::SizeT(s.Count(CBuffer::Where::Output));
         case STREAM_INFO_NUM_STARTED:
@@ -72,7 +73,8 @@ InfoReply BufferInfo(const CBuffer& b, BUFFER_INFO_CMD cmd) {
         case BUFFER_INFO_NEW_DATA:
             return InfoReply::Bool(b.newData);
         case BUFFER_INFO_IS_QUEUED:
-            return InfoReply::Bool(b.where == CBuffer::Where::Input || b.where == CBuffer::Where::Engine ||
+            return InfoReply::Bool(b.where == CBuffer::Where::Input ||
+                                   b.where == CBuffer::Where::Engine ||
                                    b.where == CBuffer::Where::Output);
         case BUFFER_INFO_IS_ACQUIRING:
             return InfoReply::Bool(b.where == CBuffer::Where::Engine);
@@ -103,7 +105,8 @@ InfoReply BufferInfo(const CBuffer& b, BUFFER_INFO_CMD cmd) {
         case BUFFER_INFO_IMAGEOFFSET:
             return InfoReply::SizeT(0);
         case BUFFER_INFO_PAYLOADTYPE:
-            return InfoReply::SizeT(static_cast<size_t>(b.newData ? b.payloadType : PAYLOAD_TYPE_UNKNOWN));
+            return InfoReply::SizeT(
+                static_cast<size_t>(b.newData ? b.payloadType : PAYLOAD_TYPE_UNKNOWN));
         case BUFFER_INFO_PIXELFORMAT:
             return InfoReply::U64(image ? b.pixelFormat : 0);
         case BUFFER_INFO_PIXELFORMAT_NAMESPACE:
@@ -136,7 +139,8 @@ GC_API DSAnnounceBuffer(DS_HANDLE hDataStream, void* pBuffer, size_t iSize, void
         Require(phBuffer, "phBuffer");
         if (iSize == 0)
             Fail(GC_ERR_INVALID_PARAMETER, "iSize must not be 0");
-        Announced(p, s->Announce(static_cast<uint8_t*>(pBuffer), iSize, pPrivate, nullptr), phBuffer);
+        Announced(p, s->Announce(static_cast<uint8_t*>(pBuffer), iSize, pPrivate, nullptr),
+                  phBuffer);
     });
 }
 
@@ -155,7 +159,8 @@ GC_API DSAllocAndAnnounceBuffer(DS_HANDLE hDataStream, size_t iSize, void* pPriv
     });
 }
 
-GC_API DSRevokeBuffer(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, void** pBuffer, void** pPrivate) {
+GC_API DSRevokeBuffer(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, void** pBuffer,
+                      void** pPrivate) {
     return Locked("DSRevokeBuffer", [&](CProducer& p, auto&) {
         auto s = OpenStream(p, hDataStream);
         s->Revoke(BufferOf(*s, hBuffer), pBuffer, pPrivate);
@@ -176,20 +181,24 @@ GC_API DSGetBufferID(DS_HANDLE hDataStream, uint32_t iIndex, BUFFER_HANDLE* phBu
         Require(phBuffer, "phBuffer");
         CBuffer* b = s->At(iIndex);
         if (b == nullptr)
-            Fail(GC_ERR_INVALID_INDEX, "buffer index " + std::to_string(iIndex) + " is beyond the announced buffers");
+            Fail(GC_ERR_INVALID_INDEX,
+                 "buffer index " + std::to_string(iIndex) + " is beyond the announced buffers");
         *phBuffer = b->handle;
     });
 }
 
 GC_API DSFlushQueue(DS_HANDLE hDataStream, ACQ_QUEUE_TYPE iOperation) {
-    return Locked("DSFlushQueue", [&](CProducer& p, auto&) { OpenStream(p, hDataStream)->Flush(iOperation); });
+    return Locked("DSFlushQueue",
+                  [&](CProducer& p, auto&) { OpenStream(p, hDataStream)->Flush(iOperation); });
 }
 
-GC_API DSStartAcquisition(DS_HANDLE hDataStream, ACQ_START_FLAGS iStartFlags, uint64_t iNumToAcquire) {
+GC_API DSStartAcquisition(DS_HANDLE hDataStream, ACQ_START_FLAGS iStartFlags,
+                          uint64_t iNumToAcquire) {
     return Locked("DSStartAcquisition", [&](CProducer& p, auto&) {
         auto s = OpenStream(p, hDataStream);
         if (iStartFlags != ACQ_START_FLAGS_DEFAULT)
-            Fail(GC_ERR_NOT_IMPLEMENTED, "start flag " + std::to_string(iStartFlags) + " is not supported");
+            Fail(GC_ERR_NOT_IMPLEMENTED,
+                 "start flag " + std::to_string(iStartFlags) + " is not supported");
         s->Start(iNumToAcquire);
     });
 }
@@ -198,7 +207,8 @@ GC_API DSStopAcquisition(DS_HANDLE hDataStream, ACQ_STOP_FLAGS iStopFlags) {
     return Locked("DSStopAcquisition", [&](CProducer& p, auto&) {
         auto s = OpenStream(p, hDataStream);
         if (iStopFlags != ACQ_STOP_FLAGS_DEFAULT && iStopFlags != ACQ_STOP_FLAGS_KILL)
-            Fail(GC_ERR_NOT_IMPLEMENTED, "stop flag " + std::to_string(iStopFlags) + " is not supported");
+            Fail(GC_ERR_NOT_IMPLEMENTED,
+                 "stop flag " + std::to_string(iStopFlags) + " is not supported");
         // Both stop at once: a frame that Aravis has not completed returns to the input pool.
         s->Stop();
     });
@@ -243,7 +253,8 @@ GC_API DSGetBufferChunkData(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer,
             Fail(GC_ERR_PARSING_CHUNK_DATA, "the chunk lengths do not add up");
         if (pChunkData != nullptr) {
             if (*piNumChunks < chunks.size())
-                Fail(GC_ERR_BUFFER_TOO_SMALL, "the buffer holds " + std::to_string(chunks.size()) + " chunks");
+                Fail(GC_ERR_BUFFER_TOO_SMALL,
+                     "the buffer holds " + std::to_string(chunks.size()) + " chunks");
             std::copy(chunks.begin(), chunks.end(), pChunkData);
         }
         *piNumChunks = chunks.size();
@@ -270,8 +281,8 @@ GC_API DSGetNumBufferParts(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_
     });
 }
 
-GC_API DSGetBufferPartInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t, BUFFER_PART_INFO_CMD,
-                           INFO_DATATYPE*, void*, size_t*) {
+GC_API DSGetBufferPartInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, uint32_t,
+                           BUFFER_PART_INFO_CMD, INFO_DATATYPE*, void*, size_t*) {
     return Locked("DSGetBufferPartInfo", [&](CProducer& p, auto&) {
         auto s = OpenStream(p, hDataStream);
         BufferOf(*s, hBuffer);

@@ -86,8 +86,8 @@ void CFeatureTable::Read(uint64_t address, uint8_t* dst, size_t size) const {
     }
     const Feature* f = Find(address, size);
     if (f == nullptr)
-        Fail(GenTL::GC_ERR_INVALID_ADDRESS, "no register covers " + Hex(address) + " + " +
-                                                std::to_string(size) + " bytes");
+        Fail(GenTL::GC_ERR_INVALID_ADDRESS,
+             "no register covers " + Hex(address) + " + " + std::to_string(size) + " bytes");
     const auto bytes = Contents(*f);
     std::memcpy(dst, bytes.data() + (address - f->address), size);
 }
@@ -97,9 +97,9 @@ void CFeatureTable::Write(uint64_t address, const uint8_t* src, size_t size) {
     if (f == nullptr) {
         const bool inFile = address >= xmlAddress_ && address < xmlAddress_ + xml_.size();
         Fail(inFile ? GenTL::GC_ERR_ACCESS_DENIED : GenTL::GC_ERR_INVALID_ADDRESS,
-             inFile ? "the description file is read-only"
-                    : "no register covers " + Hex(address) + " + " + std::to_string(size) +
-                          " bytes");
+             inFile
+                 ? "the description file is read-only"
+                 : "no register covers " + Hex(address) + " + " + std::to_string(size) + " bytes");
     }
     if (!f->set)
         Fail(GenTL::GC_ERR_ACCESS_DENIED, f->name + " is read-only");
@@ -122,13 +122,13 @@ void CFeatureTable::Write(uint64_t address, const uint8_t* src, size_t size) {
 
 std::string CFeatureTable::RegisterXml(const Feature& f, const std::string& regName) const {
     const bool text = f.kind == Kind::String;
-    std::string x = std::string("  <") + (text ? "StringReg" : "IntReg") + " Name=\"" + regName +
-                    "\">\n";
+    std::string x =
+        std::string("  <") + (text ? "StringReg" : "IntReg") + " Name=\"" + regName + "\">\n";
     if (regName != f.name)
         x += "    <Visibility>Invisible</Visibility>\n";
-    x += "    <Address>" + Hex(f.address) + "</Address>\n    <Length>" +
-         std::to_string(f.length) + "</Length>\n    <AccessMode>" + (f.set ? "RW" : "RO") +
-         "</AccessMode>\n    <pPort>" + portName_ + "</pPort>\n    <Cachable>NoCache</Cachable>\n";
+    x += "    <Address>" + Hex(f.address) + "</Address>\n    <Length>" + std::to_string(f.length) +
+         "</Length>\n    <AccessMode>" + (f.set ? "RW" : "RO") + "</AccessMode>\n    <pPort>" +
+         portName_ + "</pPort>\n    <Cachable>NoCache</Cachable>\n";
     if (!text)
         x += "    <Sign>Signed</Sign>\n    <Endianess>LittleEndian</Endianess>\n";
     return x + (text ? "  </StringReg>\n" : "  </IntReg>\n");
@@ -156,7 +156,8 @@ void CFeatureTable::Finish(const std::string& fileName, const std::string& model
                     body += "    <EnumEntry Name=\"" + entry + "\">\n      <Value>" +
                             std::to_string(value) + "</Value>\n    </EnumEntry>\n";
                 }
-                body += "    <pValue>" + reg + "</pValue>\n  </Enumeration>\n" + RegisterXml(f, reg);
+                body +=
+                    "    <pValue>" + reg + "</pValue>\n  </Enumeration>\n" + RegisterXml(f, reg);
                 break;
             case Kind::Command:
                 body += "  <Command Name=\"" + f.name + "\">\n    <pValue>" + reg +
@@ -180,7 +181,8 @@ void CFeatureTable::Finish(const std::string& fileName, const std::string& model
         "http://www.genicam.org/GenApi/GenApiSchema_Version_1_1.xsd\">\n" +
         root + body + "  <Port Name=\"" + portName_ + "\"/>\n</RegisterDescription>\n";
     xmlAddress_ = (next_ + 0xFFFF) & ~uint64_t{0xFFFF};
-    url_ = "Local:" + fileName + ";" + Hex(xmlAddress_).substr(2) + ";" + Hex(xml_.size()).substr(2);
+    url_ =
+        "Local:" + fileName + ";" + Hex(xmlAddress_).substr(2) + ";" + Hex(xml_.size()).substr(2);
 }
 
 }  // namespace LumoGev

@@ -173,11 +173,13 @@ void CInterface::BuildFeatures() {
     f.String("InterfaceDisplayName", [] { return std::string("GigE Vision (all host networks)"); });
     f.Enumeration("InterfaceType", {{"GigEVision", 0}}, [] { return int64_t{0}; });
     f.Command("DeviceUpdateList", [this] { UpdateDevices(); });
-    f.Integer("DeviceSelector", [this] { return int64_t{selector_}; }, [this](int64_t v) {
-        if (v < 0 || static_cast<size_t>(v) >= std::max<size_t>(devices_.size(), 1))
-            Fail(GC_ERR_INVALID_VALUE, "DeviceSelector is beyond the device list");
-        selector_ = static_cast<uint32_t>(v);
-    });
+    f.Integer(
+        "DeviceSelector", [this] { return int64_t{selector_}; },
+        [this](int64_t v) {
+            if (v < 0 || static_cast<size_t>(v) >= std::max<size_t>(devices_.size(), 1))
+                Fail(GC_ERR_INVALID_VALUE, "DeviceSelector is beyond the device list");
+            selector_ = static_cast<uint32_t>(v);
+        });
     auto selected = [this]() -> const DeviceRecord* {
         return selector_ < devices_.size() ? &devices_[selector_] : nullptr;
     };
@@ -192,25 +194,30 @@ void CInterface::BuildFeatures() {
     f.String("DeviceVendorName", text(&DeviceRecord::vendor));
     f.String("DeviceModelName", text(&DeviceRecord::model));
     f.String("DeviceSerialNumber", text(&DeviceRecord::serial));
-    f.Enumeration(
-        "DeviceAccessStatus",
-        {{"Unknown", 0}, {"ReadWrite", 1}, {"ReadOnly", 2}, {"NoAccess", 3}, {"Busy", 4},
-         {"OpenReadWrite", 5}, {"OpenReadOnly", 6}},
-        [this, selected] {
-            const DeviceRecord* r = selected();
-            if (r == nullptr)
-                return int64_t{0};
-            int32_t v = 0;
-            std::memcpy(&v, DeviceInfo(*r, DEVICE_INFO_ACCESS_STATUS).bytes.data(), 4);
-            return int64_t{v};
-        });
+    f.Enumeration("DeviceAccessStatus",
+                  {{"Unknown", 0},
+                   {"ReadWrite", 1},
+                   {"ReadOnly", 2},
+                   {"NoAccess", 3},
+                   {"Busy", 4},
+                   {"OpenReadWrite", 5},
+                   {"OpenReadOnly", 6}},
+                  [this, selected] {
+                      const DeviceRecord* r = selected();
+                      if (r == nullptr)
+                          return int64_t{0};
+                      int32_t v = 0;
+                      std::memcpy(&v, DeviceInfo(*r, DEVICE_INFO_ACCESS_STATUS).bytes.data(), 4);
+                      return int64_t{v};
+                  });
     auto number = [selected](auto get) {
         return [selected, get] {
             const DeviceRecord* r = selected();
             return r != nullptr ? get(*r) : int64_t{0};
         };
     };
-    f.Integer("GevDeviceIPAddress", number([](const DeviceRecord& r) { return int64_t{ntohl(r.ip)}; }));
+    f.Integer("GevDeviceIPAddress",
+              number([](const DeviceRecord& r) { return int64_t{ntohl(r.ip)}; }));
     f.Integer("GevDeviceSubnetMask",
               number([](const DeviceRecord& r) { return int64_t{ntohl(r.subnetMask)}; }));
     f.Integer("GevDeviceGateway",

@@ -6,6 +6,7 @@
 
 #include "GentlError.h"
 #include "GevDevice.h"
+#include "Producer.h"
 
 namespace LumoGev {
 namespace {
@@ -73,8 +74,7 @@ void RecordFill(CBuffer& b) {
 
 }  // namespace
 
-CStream::CStream(CDevice& device, std::string streamId)
-    : id(std::move(streamId)), device_(device) {
+CStream::CStream(CDevice& device, std::string streamId) : id(std::move(streamId)), device_(device) {
     BuildFeatures();
 }
 
@@ -122,7 +122,9 @@ void CStream::Revoke(CBuffer& b, void** memory, void** user) {
 }
 
 void CStream::Leave(CBuffer& b) {
-    auto drop = [&](std::deque<CBuffer*>& q) { q.erase(std::remove(q.begin(), q.end(), &b), q.end()); };
+    auto drop = [&](std::deque<CBuffer*>& q) {
+        q.erase(std::remove(q.begin(), q.end(), &b), q.end());
+    };
     drop(input_);
     drop(output_);
     b.where = CBuffer::Where::Unqueued;
@@ -194,9 +196,9 @@ void CStream::OpenEngine() {
         }
         g_clear_error(&err);
     }
-    arv_gv_device_set_packet_size_adjustment(
-        gv, options_ & kOptionNegotiatePacketSize ? ARV_GV_PACKET_SIZE_ADJUSTMENT_ON_FAILURE_ONCE
-                                                  : ARV_GV_PACKET_SIZE_ADJUSTMENT_NEVER);
+    arv_gv_device_set_packet_size_adjustment(gv, options_ & kOptionNegotiatePacketSize
+                                                     ? ARV_GV_PACKET_SIZE_ADJUSTMENT_ON_FAILURE_ONCE
+                                                     : ARV_GV_PACKET_SIZE_ADJUSTMENT_NEVER);
     GError* err = nullptr;
     ArvStream* s = arv_device_create_stream(device_.Arv(), nullptr, nullptr, &err);
     if (s == nullptr) {
@@ -221,7 +223,15 @@ void CStream::OpenEngine() {
 void CStream::CloseEngine() {
     if (engine_ == nullptr)
         return;
-    arv_stream_stop_thread(engine_, FALSE);
+    // A waiter that pops from Aravis outside the lock keeps the stream alive; let it come back
+    // first (it waits one slice at most), so that no buffer is filled after this point.
+    closing_ = true;
+    {
+        std::unique_lock<std::mutex> lk(LibraryLock(), std::adopt_lock);
+        changed_.wait(lk, [this] { return engineWaiters_ == 0; });
+        lk.release();
+    }
+    closing_ = false;
     Harvest();
     guint64 completed = 0, failures = 0, underruns = 0, resent = 0, missing = 0;
     arv_stream_get_statistics(engine_, &completed, &failures, &underruns);
@@ -229,8 +239,8 @@ void CStream::CloseEngine() {
     totals_.underruns += underruns;
     totals_.resentPackets += resent;
     totals_.missingPackets += missing;
-    // Whatever Aravis still holds returns to the input pool; finalizing the Aravis stream drops
-    // the references that travelled with those buffers.
+    // Whatever Aravis still holds returns to the input pool; finalizing the Aravis stream stops
+    // its thread and drops the references that travelled with those buffers.
     g_object_unref(engine_);
     engine_ = nullptr;
     for (const auto& b : buffers_) {
@@ -411,18 +421,19 @@ void CStream::WaitNewBuffer(std::unique_lock<std::mutex>& lk, void* out, size_t*
         if (now >= deadline)
             Fail(GC_ERR_TIMEOUT, "no new buffer within " + std::to_string(timeoutMs) + " ms");
         const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - now);
-        const guint64 slice = std::min<guint64>(kPollSliceUs, static_cast<guint64>(left.count()) + 1);
-        if (engine_ == nullptr) {
+        const guint64 slice =
+            std::min<guint64>(kPollSliceUs, static_cast<guint64>(left.count()) + 1);
+        if (engine_ == nullptr || closing_) {
             changed_.wait_for(lk, std::chrono::microseconds(slice));
             continue;
         }
         // Wait in Aravis itself, so that a frame reaches the caller without a thread hop.
-        ArvStream* engine = engine_;
-        g_object_ref(engine);
+        ++engineWaiters_;
         lk.unlock();
-        ArvBuffer* ab = arv_stream_timeout_pop_buffer(engine, slice);
+        ArvBuffer* ab = arv_stream_timeout_pop_buffer(engine_, slice);
         lk.lock();
-        g_object_unref(engine);
+        --engineWaiters_;
+        changed_.notify_all();
         if (ab != nullptr)
             Complete(ab);
     }

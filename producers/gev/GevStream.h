@@ -65,7 +65,8 @@ public:
     void Kill();
     void FlushEvent();
     // Waits outside the lock; `lk` holds the producer lock on entry and on return.
-    void WaitNewBuffer(std::unique_lock<std::mutex>& lk, void* out, size_t* size, uint64_t timeoutMs);
+    void WaitNewBuffer(std::unique_lock<std::mutex>& lk, void* out, size_t* size,
+                       uint64_t timeoutMs);
     size_t EventQueued() const { return output_.size(); }
 
 private:
@@ -83,6 +84,8 @@ private:
     std::unordered_map<ArvBuffer*, CBuffer*> byArv_;
     std::deque<CBuffer*> input_, output_;
     ArvStream* engine_ = nullptr;
+    int engineWaiters_ = 0;  // waiters inside Aravis, outside the lock
+    bool closing_ = false;
     bool grabbing_ = false;
     uint64_t toAcquire_ = 0;
     StreamCounters totals_;

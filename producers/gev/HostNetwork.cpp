@@ -62,7 +62,8 @@ std::optional<HostInterface> HostInterfaceFor(uint32_t deviceAddress) {
         return std::nullopt;
     std::optional<HostInterface> found;
     for (ifaddrs* i = list; i != nullptr && !found; i = i->ifa_next) {
-        if (i->ifa_addr == nullptr || i->ifa_netmask == nullptr || i->ifa_addr->sa_family != AF_INET)
+        if (i->ifa_addr == nullptr || i->ifa_netmask == nullptr ||
+            i->ifa_addr->sa_family != AF_INET)
             continue;
         const uint32_t addr = reinterpret_cast<sockaddr_in*>(i->ifa_addr)->sin_addr.s_addr;
         const uint32_t mask = reinterpret_cast<sockaddr_in*>(i->ifa_netmask)->sin_addr.s_addr;
@@ -74,8 +75,8 @@ std::optional<HostInterface> HostInterfaceFor(uint32_t deviceAddress) {
 }
 
 // One READREG per register: some devices answer only the first address of a longer request.
-static std::optional<uint32_t> ReadRegister(const Socket& s, const sockaddr_in& to, uint32_t address,
-                                     uint16_t requestId, int timeoutMs) {
+static std::optional<uint32_t> ReadRegister(const Socket& s, const sockaddr_in& to,
+                                            uint32_t address, uint16_t requestId, int timeoutMs) {
     std::array<uint8_t, 12> cmd{};
     cmd[0] = 0x42;
     cmd[1] = 0x01;  // acknowledge required

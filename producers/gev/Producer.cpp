@@ -50,16 +50,19 @@ CSystem::CSystem() {
     f.String("TLVendorName", [] { return std::string("Lumo"); });
     f.String("TLModelName", [] { return std::string("LumoGev GigE Vision producer"); });
     f.String("TLVersion", [] { return std::string("0.1.0"); });
-    f.String("TLPath", [] { return ModulePath(); }, 512);
+    f.String(
+        "TLPath", [] { return ModulePath(); }, 512);
     f.Enumeration("TLType", {{"GigEVision", 0}}, [] { return int64_t{0}; });
     f.Integer("GenTLVersionMajor", [] { return int64_t{1}; });
     f.Integer("GenTLVersionMinor", [] { return int64_t{5}; });
     f.Command("InterfaceUpdateList", [this] { listed = true; });
-    f.Integer("InterfaceSelector", [this] { return int64_t{selector_}; }, [this](int64_t v) {
-        if (v != 0)
-            Fail(GenTL::GC_ERR_INVALID_VALUE, "there is one interface");
-        selector_ = 0;
-    });
+    f.Integer(
+        "InterfaceSelector", [this] { return int64_t{selector_}; },
+        [this](int64_t v) {
+            if (v != 0)
+                Fail(GenTL::GC_ERR_INVALID_VALUE, "there is one interface");
+            selector_ = 0;
+        });
     f.String("InterfaceID", [] { return std::string(CInterface::kId); });
     f.Finish("LumoGevSystem.xml", "LumoGevSystem");
 }

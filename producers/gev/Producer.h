@@ -20,7 +20,7 @@ class CSystem {
 public:
     CSystem();
     void* handle = nullptr;
-    bool listed = false;  // TLUpdateInterfaceList was called
+    bool listed = false;                // TLUpdateInterfaceList was called
     std::shared_ptr<CInterface> iface;  // open interface, or null
     CFeatureTable features{"TLPort"};
 

@@ -22,14 +22,17 @@ CFeatureTable::SetInt Store(T& field) {
 void CStream::BuildFeatures() {
     auto& f = features;
     f.At(0x24);
-    f.Integer("StreamOptions", [this] { return int64_t{options_}; }, Store(options_), 4);
+    f.Integer(
+        "StreamOptions", [this] { return int64_t{options_}; }, Store(options_), 4);
     f.At(0x228);
-    f.Integer("StreamPacketSizeMinimum", [this] { return int64_t{packetMin_}; }, Store(packetMin_), 4);
+    f.Integer(
+        "StreamPacketSizeMinimum", [this] { return int64_t{packetMin_}; }, Store(packetMin_), 4);
     f.At(0x22C);
-    f.Integer("StreamPacketSizeMaximum", [this] { return int64_t{packetMax_}; }, Store(packetMax_), 4);
+    f.Integer(
+        "StreamPacketSizeMaximum", [this] { return int64_t{packetMax_}; }, Store(packetMax_), 4);
     f.At(0x230);
-    f.Integer("StreamPacketSizeIncrement", [this] { return int64_t{packetInc_}; }, Store(packetInc_),
-              4);
+    f.Integer(
+        "StreamPacketSizeIncrement", [this] { return int64_t{packetInc_}; }, Store(packetInc_), 4);
     f.At(0x1000);
     f.String("StreamID", [this] { return id; });
     f.Enumeration("StreamType", {{"GigEVision", 0}}, [] { return int64_t{0}; });
@@ -59,21 +62,27 @@ void CStream::BuildFeatures() {
         g_object_get(engine_, "packet-resend", &resend, nullptr);
         return int64_t{resend == ARV_GV_STREAM_PACKET_RESEND_ALWAYS};
     });
-    f.Integer("PacketTimeout", [this] { return packetTimeoutUs_; }, [this](int64_t v) {
-        if (v <= 0 || v > 10000000)
-            Fail(GenTL::GC_ERR_INVALID_VALUE, "PacketTimeout is 1 to 10000000 us");
-        packetTimeoutUs_ = v;
-    });
-    f.Integer("ImageTimeout", [this] { return imageTimeoutMs_; }, [this](int64_t v) {
-        if (v <= 0 || v > 60000)
-            Fail(GenTL::GC_ERR_INVALID_VALUE, "ImageTimeout is 1 to 60000 ms");
-        imageTimeoutMs_ = v;
-    });
-    f.Integer("SocketBufferSize", [this] { return socketBuffer_; }, [this](int64_t v) {
-        if (v < 0 || v > (int64_t{1} << 30))
-            Fail(GenTL::GC_ERR_INVALID_VALUE, "SocketBufferSize is 0 (automatic) to 1 GiB");
-        socketBuffer_ = v;
-    });
+    f.Integer(
+        "PacketTimeout", [this] { return packetTimeoutUs_; },
+        [this](int64_t v) {
+            if (v <= 0 || v > 10000000)
+                Fail(GenTL::GC_ERR_INVALID_VALUE, "PacketTimeout is 1 to 10000000 us");
+            packetTimeoutUs_ = v;
+        });
+    f.Integer(
+        "ImageTimeout", [this] { return imageTimeoutMs_; },
+        [this](int64_t v) {
+            if (v <= 0 || v > 60000)
+                Fail(GenTL::GC_ERR_INVALID_VALUE, "ImageTimeout is 1 to 60000 ms");
+            imageTimeoutMs_ = v;
+        });
+    f.Integer(
+        "SocketBufferSize", [this] { return socketBuffer_; },
+        [this](int64_t v) {
+            if (v < 0 || v > (int64_t{1} << 30))
+                Fail(GenTL::GC_ERR_INVALID_VALUE, "SocketBufferSize is 0 (automatic) to 1 GiB");
+            socketBuffer_ = v;
+        });
     f.Finish("LumoGevStream.xml", "LumoGevStream");
 }
 

@@ -40,16 +40,16 @@ public:
     // A node without bounds (a SwissKnife, a register without <Min>/<Max>) spans all values.
     int64_t GetMin() override {
         try {
-            return this->Call(
-                false, [this](GError** e) { return arv_gc_integer_get_min(Engine(), e); });
+            return this->Call(false,
+                              [this](GError** e) { return arv_gc_integer_get_min(Engine(), e); });
         } catch (const GenICam::PropertyException&) {
             return std::numeric_limits<int64_t>::min();
         }
     }
     int64_t GetMax() override {
         try {
-            return this->Call(
-                false, [this](GError** e) { return arv_gc_integer_get_max(Engine(), e); });
+            return this->Call(false,
+                              [this](GError** e) { return arv_gc_integer_get_max(Engine(), e); });
         } catch (const GenICam::PropertyException&) {
             return std::numeric_limits<int64_t>::max();
         }

@@ -40,11 +40,11 @@ inline std::string NetworkNamespaceProblem() {
     return others.empty() ? "" : "interfaces besides loopback:" + others;
 }
 
-#define LUMO_REQUIRE_LOOPBACK_ONLY()                                         \
-    do {                                                                     \
-        const std::string why = ::lumo_gev::NetworkNamespaceProblem();       \
-        if (!why.empty())                                                    \
-            GTEST_SKIP() << "GigE Vision test not run: " << why;             \
+#define LUMO_REQUIRE_LOOPBACK_ONLY()                                   \
+    do {                                                               \
+        const std::string why = ::lumo_gev::NetworkNamespaceProblem(); \
+        if (!why.empty())                                              \
+            GTEST_SKIP() << "GigE Vision test not run: " << why;       \
     } while (0)
 
 // True once the camera answers a GVCP register read on 127.0.0.1.

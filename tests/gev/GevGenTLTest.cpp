@@ -52,8 +52,8 @@ protected:
             buffers.push_back(b);
         }
         ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.GCRegisterEvent(s->ds, EVENT_NEW_BUFFER, &event));
-        ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSStartAcquisition(s->ds, ACQ_START_FLAGS_DEFAULT,
-                                                              GENTL_INFINITE));
+        ASSERT_EQ(GC_ERR_SUCCESS,
+                  s->gentl.DSStartAcquisition(s->ds, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE));
         ASSERT_EQ(GC_ERR_SUCCESS, s->WriteBe32(s->remote, kAcquisitionCommand, 1));
     }
     GC_ERROR Next(EVENT_NEW_BUFFER_DATA& data, uint64_t timeoutMs = 3000) {
@@ -84,24 +84,33 @@ TEST_F(GevGenTL, BadHandlesAndStatesAnswerTheirGenTLCodes) {
     } cases[] = {
         {"second GCInitLib", s->gentl.GCInitLib(), GC_ERR_RESOURCE_IN_USE},
         {"second TLOpen", s->gentl.TLOpen(&tl2), GC_ERR_RESOURCE_IN_USE},
-        {"interface handle as system", s->gentl.TLGetNumInterfaces(s->itf, &n), GC_ERR_INVALID_HANDLE},
+        {"interface handle as system", s->gentl.TLGetNumInterfaces(s->itf, &n),
+         GC_ERR_INVALID_HANDLE},
         {"unknown interface handle", s->gentl.IFGetNumDevices(bogus, &n), GC_ERR_INVALID_HANDLE},
-        {"stream handle as device", s->gentl.DevGetNumDataStreams(s->ds, &n), GC_ERR_INVALID_HANDLE},
+        {"stream handle as device", s->gentl.DevGetNumDataStreams(s->ds, &n),
+         GC_ERR_INVALID_HANDLE},
         {"remote port as device", s->gentl.DevClose(s->remote), GC_ERR_INVALID_HANDLE},
-        {"device handle as stream", s->gentl.DSStartAcquisition(s->dev, 0, 1), GC_ERR_INVALID_HANDLE},
+        {"device handle as stream", s->gentl.DSStartAcquisition(s->dev, 0, 1),
+         GC_ERR_INVALID_HANDLE},
         {"unknown port", s->gentl.GCReadPort(bogus, 0, text, &size), GC_ERR_INVALID_HANDLE},
         {"null count", s->gentl.IFGetNumDevices(s->itf, nullptr), GC_ERR_INVALID_PARAMETER},
         {"interface index", s->gentl.TLGetInterfaceID(s->tl, 1, text, &size), GC_ERR_INVALID_INDEX},
         {"device index", s->gentl.IFGetDeviceID(s->itf, 1, text, &size), GC_ERR_INVALID_INDEX},
-        {"unknown device ID", s->gentl.IFOpenDevice(s->itf, "nope", DEVICE_ACCESS_CONTROL, &s->dev), GC_ERR_INVALID_ID},
+        {"unknown device ID", s->gentl.IFOpenDevice(s->itf, "nope", DEVICE_ACCESS_CONTROL, &s->dev),
+         GC_ERR_INVALID_ID},
         {"device opened twice", s->OpenDevice(), GC_ERR_RESOURCE_IN_USE},
-        {"string too long for buffer", s->gentl.TLGetInfo(s->tl, TL_INFO_MODEL, &type, text, &size), GC_ERR_BUFFER_TOO_SMALL},
-        {"unknown info command", s->gentl.TLGetInfo(s->tl, 777, &type, text, &size), GC_ERR_NOT_IMPLEMENTED},
-        {"start without buffers", s->gentl.DSStartAcquisition(s->ds, 0, GENTL_INFINITE), GC_ERR_INVALID_BUFFER},
+        {"string too long for buffer", s->gentl.TLGetInfo(s->tl, TL_INFO_MODEL, &type, text, &size),
+         GC_ERR_BUFFER_TOO_SMALL},
+        {"unknown info command", s->gentl.TLGetInfo(s->tl, 777, &type, text, &size),
+         GC_ERR_NOT_IMPLEMENTED},
+        {"start without buffers", s->gentl.DSStartAcquisition(s->ds, 0, GENTL_INFINITE),
+         GC_ERR_INVALID_BUFFER},
         {"stop while stopped", s->gentl.DSStopAcquisition(s->ds, 0), GC_ERR_RESOURCE_IN_USE},
         {"unknown flush mode", s->gentl.DSFlushQueue(s->ds, 99), GC_ERR_NOT_IMPLEMENTED},
-        {"event on the device", s->gentl.GCRegisterEvent(s->dev, EVENT_NEW_BUFFER, &ev2), GC_ERR_NOT_IMPLEMENTED},
-        {"unregister unregistered", s->gentl.GCUnregisterEvent(s->ds, EVENT_NEW_BUFFER), GC_ERR_NOT_INITIALIZED},
+        {"event on the device", s->gentl.GCRegisterEvent(s->dev, EVENT_NEW_BUFFER, &ev2),
+         GC_ERR_NOT_IMPLEMENTED},
+        {"unregister unregistered", s->gentl.GCUnregisterEvent(s->ds, EVENT_NEW_BUFFER),
+         GC_ERR_NOT_INITIALIZED},
         {"write to the description file", s->WriteLe(s->ds, 0x10000, 0, 4), GC_ERR_ACCESS_DENIED},
         {"read-only stream register", s->WriteLe(s->ds, 0x1000, 1, 4), GC_ERR_ACCESS_DENIED},
         {"no register there", s->WriteLe(s->ds, 0x500, 1, 4), GC_ERR_INVALID_ADDRESS},
@@ -117,7 +126,8 @@ TEST_F(GevGenTL, BadHandlesAndStatesAnswerTheirGenTLCodes) {
     size = 0;
     ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.TLGetInfo(s->tl, TL_INFO_TLTYPE, &type, nullptr, &size));
     std::string tlType(size, '\0');
-    ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.TLGetInfo(s->tl, TL_INFO_TLTYPE, &type, tlType.data(), &size));
+    ASSERT_EQ(GC_ERR_SUCCESS,
+              s->gentl.TLGetInfo(s->tl, TL_INFO_TLTYPE, &type, tlType.data(), &size));
     EXPECT_STREQ("GEV", tlType.c_str());
     EXPECT_EQ(INFO_DATATYPE_STRING, type);
 }
@@ -229,7 +239,8 @@ TEST_F(GevGenTL, StreamRegistersBoundThePacketSizeAtTheNextStart) {
     EXPECT_EQ(0x430u, v);
     std::vector<uint8_t> mem(512 * 512);
     BUFFER_HANDLE b = nullptr;
-    ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSAnnounceBuffer(s->ds, mem.data(), mem.size(), nullptr, &b));
+    ASSERT_EQ(GC_ERR_SUCCESS,
+              s->gentl.DSAnnounceBuffer(s->ds, mem.data(), mem.size(), nullptr, &b));
     ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSStartAcquisition(s->ds, 0, GENTL_INFINITE));
     uint32_t packet = 0;
     ASSERT_EQ(GC_ERR_SUCCESS, s->ReadBe32(s->remote, kPacketSizeRegister, packet));
@@ -259,7 +270,8 @@ TEST_F(GevGenTL, StreamDeliversFramesInOrderIntoBothBufferKinds) {
         EXPECT_EQ(0x01080001u, s->BufferInfo<uint64_t>(data.BufferHandle, BUFFER_INFO_PIXELFORMAT));
         EXPECT_EQ(512u * 512u, s->BufferInfo<size_t>(data.BufferHandle, BUFFER_INFO_SIZE_FILLED));
         EXPECT_FALSE(s->BufferInfo<bool8_t>(data.BufferHandle, BUFFER_INFO_IS_INCOMPLETE));
-        EXPECT_EQ(GC_ERR_BUSY, s->gentl.DSRevokeBuffer(s->ds, buffers[(index + 1) % buffers.size()], nullptr, nullptr));
+        EXPECT_EQ(GC_ERR_BUSY, s->gentl.DSRevokeBuffer(s->ds, buffers[(index + 1) % buffers.size()],
+                                                       nullptr, nullptr));
         ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSQueueBuffer(s->ds, data.BufferHandle));
     }
     EXPECT_EQ(std::vector<bool>(buffers.size(), true), seen);
@@ -267,11 +279,13 @@ TEST_F(GevGenTL, StreamDeliversFramesInOrderIntoBothBufferKinds) {
     void* base = nullptr;
     INFO_DATATYPE type = 0;
     size_t size = sizeof base;
-    ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSGetBufferInfo(s->ds, buffers[0], BUFFER_INFO_BASE, &type, &base, &size));
+    ASSERT_EQ(GC_ERR_SUCCESS,
+              s->gentl.DSGetBufferInfo(s->ds, buffers[0], BUFFER_INFO_BASE, &type, &base, &size));
     EXPECT_EQ(memory[0].data(), base);
     uint64_t delivered = 0;
     size = sizeof delivered;
-    ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSGetInfo(s->ds, STREAM_INFO_NUM_DELIVERED, &type, &delivered, &size));
+    ASSERT_EQ(GC_ERR_SUCCESS,
+              s->gentl.DSGetInfo(s->ds, STREAM_INFO_NUM_DELIVERED, &type, &delivered, &size));
     EXPECT_GE(delivered, 30u);
 
     ASSERT_EQ(GC_ERR_SUCCESS, s->WriteBe32(s->remote, kAcquisitionCommand, 0));
@@ -294,7 +308,8 @@ TEST_F(GevGenTL, WaitsEndByTimeoutKillOrFlush) {
     std::vector<uint8_t> mem(2 * 512 * 512);
     BUFFER_HANDLE b[2] = {};
     for (int i = 0; i < 2; ++i)
-        ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSAnnounceBuffer(s->ds, mem.data() + i * 512 * 512, 512 * 512, nullptr, &b[i]));
+        ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSAnnounceBuffer(s->ds, mem.data() + i * 512 * 512,
+                                                            512 * 512, nullptr, &b[i]));
     ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.GCRegisterEvent(s->ds, EVENT_NEW_BUFFER, &event));
     EVENT_NEW_BUFFER_DATA data{};
     EXPECT_EQ(GC_ERR_TIMEOUT, Next(data, 50));
@@ -314,7 +329,8 @@ TEST_F(GevGenTL, WaitsEndByTimeoutKillOrFlush) {
     size_t queued = 0;
     INFO_DATATYPE type = 0;
     size_t size = sizeof queued;
-    ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.EventGetInfo(event, EVENT_NUM_IN_QUEUE, &type, &queued, &size));
+    ASSERT_EQ(GC_ERR_SUCCESS,
+              s->gentl.EventGetInfo(event, EVENT_NUM_IN_QUEUE, &type, &queued, &size));
     EXPECT_EQ(2u, queued);
     ASSERT_EQ(GC_ERR_SUCCESS, Next(data, 0));
     EXPECT_FALSE(s->BufferInfo<bool8_t>(data.BufferHandle, BUFFER_INFO_NEW_DATA));

@@ -23,14 +23,14 @@ constexpr int kIncompleteResult = -23;  // GrabImage of a buffer marked incomple
 
 // The parent puts the library and the producer into a scenario directory and runs the test
 // again there; the child does the work.
-#define GEV_LIBRARY_SCENARIO()                                  \
-    LUMO_REQUIRE_LOOPBACK_ONLY();                               \
-    if (!lumo_test::InScenarioChild()) {                        \
-        lumo_test::LibraryScenario dir;                         \
-        dir.AddLibrary();                                       \
-        dir.Copy(LUMO_GEV_CTI);                                 \
-        lumo_test::RunInChild(dir);                             \
-        return;                                                 \
+#define GEV_LIBRARY_SCENARIO()           \
+    LUMO_REQUIRE_LOOPBACK_ONLY();        \
+    if (!lumo_test::InScenarioChild()) { \
+        lumo_test::LibraryScenario dir;  \
+        dir.AddLibrary();                \
+        dir.Copy(LUMO_GEV_CTI);          \
+        lumo_test::RunInChild(dir);      \
+        return;                          \
     }
 
 // Init and discovery around one fake camera; releases everything in order.
@@ -107,8 +107,8 @@ TEST(GevLibrary, DiscoveryFindsTheCameraWithItsSerialAndAddress) {
     ASSERT_NE(nullptr, info->GetExInfo(EX_INFO_IP));
     EXPECT_STREQ("127.0.0.1", info->GetExInfo(EX_INFO_IP));
     ASSERT_NE(nullptr, info->GetExInfo(EX_INFO_MAC));
-    EXPECT_TRUE(std::regex_match(info->GetExInfo(EX_INFO_MAC),
-                                 std::regex("([0-9A-F]{2}:){5}[0-9A-F]{2}")))
+    EXPECT_TRUE(
+        std::regex_match(info->GetExInfo(EX_INFO_MAC), std::regex("([0-9A-F]{2}:){5}[0-9A-F]{2}")))
         << info->GetExInfo(EX_INFO_MAC);
     EXPECT_STREQ("lo", info->GetExInfo(EX_INFO_NET_TEXT_5));
     EXPECT_STREQ("255.0.0.0", info->GetExInfo(EX_INFO_NET_ADDR_7));
@@ -216,10 +216,11 @@ TEST(GevLibrary, LostPacketsMarkFramesIncompleteAndAreCounted) {
     EXPECT_GT(complete, 0);
     EXPECT_GE(counted, incomplete);
     EXPECT_GE(missing, incomplete);
-    std::printf("packet loss 2%%: %d of %d frames incomplete, %lld counted by the stream, "
-                "%lld packets missing\n",
-                incomplete, incomplete + complete, static_cast<long long>(counted),
-                static_cast<long long>(missing));
+    std::printf(
+        "packet loss 2%%: %d of %d frames incomplete, %lld counted by the stream, "
+        "%lld packets missing\n",
+        incomplete, incomplete + complete, static_cast<long long>(counted),
+        static_cast<long long>(missing));
 }
 
 TEST(GevLibrary, VanishedCameraTimesOutAndTearsDown) {

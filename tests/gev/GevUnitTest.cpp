@@ -47,12 +47,12 @@ TEST(AlignedAccess, WidensEveryRangeToWholeWordsAndKeepsTheOtherBytes) {
         size_t size;
         std::vector<std::pair<uint64_t, size_t>> wordReads;  // for the write's merge
     } cases[] = {
-        {8, 4, {}},                    // aligned word: written as is
-        {8, 8, {}},                    // aligned words
-        {9, 2, {{8, 4}}},              // inside one word
-        {6, 4, {{4, 4}, {8, 4}}},      // across two words
-        {3, 10, {{0, 4}, {12, 4}}},    // head, whole middle word, tail
-        {12, 1, {{12, 4}}},            // one byte
+        {8, 4, {}},                  // aligned word: written as is
+        {8, 8, {}},                  // aligned words
+        {9, 2, {{8, 4}}},            // inside one word
+        {6, 4, {{4, 4}, {8, 4}}},    // across two words
+        {3, 10, {{0, 4}, {12, 4}}},  // head, whole middle word, tail
+        {12, 1, {{12, 4}}},          // one byte
     };
     for (const auto& c : cases) {
         WordDevice dev;
@@ -112,10 +112,13 @@ TEST(FeatureTable, RegistersMapFeaturesAndTheDescriptionFile) {
     CFeatureTable t("TestPort");
     int64_t value = 0x0102;
     t.At(0x24);
-    t.Integer("Fixed", [&] { return value; }, [&](int64_t v) { value = v; }, 4);
+    t.Integer(
+        "Fixed", [&] { return value; }, [&](int64_t v) { value = v; }, 4);
     t.At(0x100);
-    t.String("Name", [] { return std::string("cam"); }, 16);
-    t.Enumeration("Mode", {{"A", 1}, {"B", 5}}, [] { return int64_t{1}; }, [](int64_t) {});
+    t.String(
+        "Name", [] { return std::string("cam"); }, 16);
+    t.Enumeration(
+        "Mode", {{"A", 1}, {"B", 5}}, [] { return int64_t{1}; }, [](int64_t) {});
     t.Finish("Test.xml", "Test");
 
     // A two-byte write replaces the low half of a four-byte register.
@@ -157,9 +160,9 @@ TEST(FeatureTable, RegistersMapFeaturesAndTheDescriptionFile) {
     const size_t size = std::strtoull(url.c_str() + url.rfind(';') + 1, nullptr, 16);
     std::string xml(size, '\0');
     t.Read(at, reinterpret_cast<uint8_t*>(xml.data()), size);
-    for (const char* node : {"<IntReg Name=\"Fixed\"", "<Address>0x24</Address>",
-                             "<StringReg Name=\"Name\"", "<Enumeration Name=\"Mode\"",
-                             "<Port Name=\"TestPort\"/>", "</RegisterDescription>"})
+    for (const char* node :
+         {"<IntReg Name=\"Fixed\"", "<Address>0x24</Address>", "<StringReg Name=\"Name\"",
+          "<Enumeration Name=\"Mode\"", "<Port Name=\"TestPort\"/>", "</RegisterDescription>"})
         EXPECT_NE(std::string::npos, xml.find(node)) << node;
 }
 
