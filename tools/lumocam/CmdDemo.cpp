@@ -97,8 +97,7 @@ std::string FirstFormat(GenApi::INodeMap& map, const std::string& prefix) {
 std::string IdList(const std::vector<std::uint64_t>& ids) {
     std::string text;
     for (const std::uint64_t id : ids) {
-        // Appending piecewise: g++ 12 -O3 flags `const char* + std::string` with a false
-        // -Wrestrict.
+        // Appending piecewise: g++ 12 -O3 flags `const char* + std::string` with a false -Wrestrict.
         if (!text.empty()) {
             text += ' ';
         }
