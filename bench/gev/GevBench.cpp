@@ -72,7 +72,8 @@ private:
 void BM_AravisStream(benchmark::State& state) {
     GError* err = nullptr;
     arv_update_device_list();
-    ArvCamera* camera = arv_get_n_devices() > 0 ? arv_camera_new(arv_get_device_id(0), &err) : nullptr;
+    ArvCamera* camera =
+        arv_get_n_devices() > 0 ? arv_camera_new(arv_get_device_id(0), &err) : nullptr;
     if (camera == nullptr) {
         g_clear_error(&err);
         state.SkipWithError("Aravis finds no camera");
@@ -114,7 +115,8 @@ void BM_LibraryLumoGev(benchmark::State& state) {
     if (camera == nullptr || camera->Open(DEVICE_OPEN_MODE_CONTROL) != 0) {
         state.SkipWithError("the library finds or opens no camera");
     } else {
-        GenApi::CIntegerPtr period = camera->GetRMXml()->GetNodeMap()->GetNode("AcquisitionFramePeriod");
+        GenApi::CIntegerPtr period =
+            camera->GetRMXml()->GetNodeMap()->GetNode("AcquisitionFramePeriod");
         period->SetValue(kFramePeriodUs);
         camera->SetAnnounceBufCount(kBuffers);
         camera->StartGrab(GRAB_STRATEGY_ONE_BY_ONE, GENTL_INFINITE);

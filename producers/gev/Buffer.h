@@ -20,6 +20,8 @@ struct CBuffer {
     std::unique_ptr<uint8_t[]> owned;  // producer-allocated memory
     ArvBuffer* arv = nullptr;
     Where where = Where::Unqueued;
+    // Flushed while Aravis fills it: unqueued as soon as Aravis gives it back.
+    bool discardOnReturn = false;
 
     // The last fill, from the GVSP leader and trailer as Aravis reports them.
     bool newData = false;

@@ -73,9 +73,7 @@ InfoReply BufferInfo(const CBuffer& b, BUFFER_INFO_CMD cmd) {
         case BUFFER_INFO_NEW_DATA:
             return InfoReply::Bool(b.newData);
         case BUFFER_INFO_IS_QUEUED:
-            return InfoReply::Bool(b.where == CBuffer::Where::Input ||
-                                   b.where == CBuffer::Where::Engine ||
-                                   b.where == CBuffer::Where::Output);
+            return InfoReply::Bool(!b.discardOnReturn && b.where != CBuffer::Where::Unqueued);
         case BUFFER_INFO_IS_ACQUIRING:
             return InfoReply::Bool(b.where == CBuffer::Where::Engine);
         case BUFFER_INFO_IS_INCOMPLETE:

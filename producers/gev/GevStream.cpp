@@ -137,6 +137,10 @@ void CStream::Push(CBuffer& b) {
 }
 
 void CStream::Queue(CBuffer& b) {
+    if (b.discardOnReturn) {
+        b.discardOnReturn = false;  // still in Aravis's input pool: simply keep it
+        return;
+    }
     if (b.where != CBuffer::Where::Unqueued)
         Fail(GC_ERR_RESOURCE_IN_USE, "the buffer is already queued");
     if (engine_ != nullptr && toAcquire_ > 0) {
@@ -155,6 +159,11 @@ void CStream::Complete(ArvBuffer* ab) {
     }
     CBuffer& b = *it->second;
     g_object_unref(ab);
+    if (b.discardOnReturn) {
+        b.discardOnReturn = false;
+        b.where = CBuffer::Where::Unqueued;
+        return;
+    }
     const ArvBufferStatus status = arv_buffer_get_status(ab);
     if (status == ARV_BUFFER_STATUS_ABORTED || status == ARV_BUFFER_STATUS_CLEARED ||
         toAcquire_ == 0) {
@@ -244,7 +253,10 @@ void CStream::CloseEngine() {
     g_object_unref(engine_);
     engine_ = nullptr;
     for (const auto& b : buffers_) {
-        if (b->where == CBuffer::Where::Engine) {
+        if (b->where == CBuffer::Where::Engine && b->discardOnReturn) {
+            b->discardOnReturn = false;
+            b->where = CBuffer::Where::Unqueued;
+        } else if (b->where == CBuffer::Where::Engine) {
             b->where = CBuffer::Where::Input;
             input_.push_back(b.get());
         }
@@ -289,11 +301,9 @@ void CStream::Shutdown() {
 
 void CStream::Flush(int32_t mode) {
     Harvest();
-    // Buffers that Aravis holds come back only by closing its stream; reopen it afterwards.
-    const bool takeEngine = mode == ACQ_QUEUE_ALL_TO_INPUT || mode == ACQ_QUEUE_ALL_DISCARD;
-    const bool reopen = takeEngine && engine_ != nullptr;
-    if (reopen)
-        CloseEngine();
+    // Buffers inside Aravis cannot be taken back from a running stream (closing it would end
+    // the camera's stream channel): they count as being filled, and a discarding flush drops
+    // them when Aravis gives them back.
     switch (mode) {
         case ACQ_QUEUE_INPUT_TO_OUTPUT:
             for (CBuffer* b : input_) {
@@ -309,12 +319,12 @@ void CStream::Flush(int32_t mode) {
                 Leave(*output_.front());
             break;
         case ACQ_QUEUE_ALL_TO_INPUT:
+            while (!output_.empty())
+                Leave(*output_.front());
+            [[fallthrough]];
         case ACQ_QUEUE_UNQUEUED_TO_INPUT:
-            if (mode == ACQ_QUEUE_ALL_TO_INPUT) {
-                while (!output_.empty())
-                    Leave(*output_.front());
-            }
             for (const auto& b : buffers_) {
+                b->discardOnReturn = false;
                 if (b->where == CBuffer::Where::Unqueued) {
                     b->where = CBuffer::Where::Input;
                     input_.push_back(b.get());
@@ -322,25 +332,28 @@ void CStream::Flush(int32_t mode) {
             }
             break;
         case ACQ_QUEUE_ALL_DISCARD:
-            for (const auto& b : buffers_)
-                Leave(*b);
+            for (const auto& b : buffers_) {
+                if (b->where == CBuffer::Where::Engine)
+                    b->discardOnReturn = true;
+                else
+                    Leave(*b);
+            }
             break;
         default:
             Fail(GC_ERR_NOT_IMPLEMENTED, "unknown flush mode " + std::to_string(mode));
     }
-    if (reopen) {
-        OpenEngine();
-        while (!input_.empty() && toAcquire_ > 0) {
-            CBuffer* b = input_.front();
-            input_.pop_front();
-            Push(*b);
-        }
+    // While acquiring, the input pool is Aravis's: hand it what the flush put there.
+    while (engine_ != nullptr && toAcquire_ > 0 && !input_.empty()) {
+        CBuffer* b = input_.front();
+        input_.pop_front();
+        Push(*b);
     }
 }
 
 size_t CStream::Count(CBuffer::Where w) const {
-    return static_cast<size_t>(std::count_if(buffers_.begin(), buffers_.end(),
-                                             [w](const auto& b) { return b->where == w; }));
+    return static_cast<size_t>(std::count_if(buffers_.begin(), buffers_.end(), [w](const auto& b) {
+        return b->where == w && !b->discardOnReturn;
+    }));
 }
 
 StreamCounters CStream::Counters() const {

@@ -341,6 +341,38 @@ TEST_F(GevGenTL, WaitsEndByTimeoutKillOrFlush) {
     EXPECT_EQ(GC_ERR_SUCCESS, s->gentl.DSRevokeBuffer(s->ds, b[1], nullptr, nullptr));
 }
 
+TEST_F(GevGenTL, FlushModesMoveBuffersBetweenPoolsAlsoWhileStreaming) {
+    ASSERT_NO_FATAL_FAILURE(StartStreaming(0, 3));
+    auto count = [&](STREAM_INFO_CMD cmd) {
+        size_t n = 0;
+        INFO_DATATYPE type = 0;
+        size_t size = sizeof n;
+        EXPECT_EQ(GC_ERR_SUCCESS, s->gentl.DSGetInfo(s->ds, cmd, &type, &n, &size));
+        return n;
+    };
+    EVENT_NEW_BUFFER_DATA data{};
+    ASSERT_EQ(GC_ERR_SUCCESS, Next(data));
+    // Buffers that Aravis is filling come back too: every buffer ends unqueued.
+    ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSFlushQueue(s->ds, ACQ_QUEUE_ALL_DISCARD));
+    EXPECT_EQ(0u, count(STREAM_INFO_NUM_QUEUED));
+    EXPECT_EQ(0u, count(STREAM_INFO_NUM_AWAIT_DELIVERY));
+    EXPECT_EQ(GC_ERR_TIMEOUT, Next(data, 100));
+    // Put back, the acquisition goes on.
+    ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSFlushQueue(s->ds, ACQ_QUEUE_UNQUEUED_TO_INPUT));
+    ASSERT_EQ(GC_ERR_SUCCESS, Next(data));
+    ASSERT_EQ(GC_ERR_SUCCESS, s->WriteBe32(s->remote, kAcquisitionCommand, 0));
+    ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSStopAcquisition(s->ds, ACQ_STOP_FLAGS_DEFAULT));
+    ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSFlushQueue(s->ds, ACQ_QUEUE_ALL_TO_INPUT));
+    EXPECT_EQ(3u, count(STREAM_INFO_NUM_QUEUED));
+    ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSFlushQueue(s->ds, ACQ_QUEUE_INPUT_TO_OUTPUT));
+    EXPECT_EQ(0u, count(STREAM_INFO_NUM_QUEUED));
+    EXPECT_EQ(3u, count(STREAM_INFO_NUM_AWAIT_DELIVERY));
+    ASSERT_EQ(GC_ERR_SUCCESS, s->gentl.DSFlushQueue(s->ds, ACQ_QUEUE_OUTPUT_DISCARD));
+    EXPECT_EQ(0u, count(STREAM_INFO_NUM_AWAIT_DELIVERY));
+    for (BUFFER_HANDLE b : buffers)
+        EXPECT_EQ(GC_ERR_SUCCESS, s->gentl.DSRevokeBuffer(s->ds, b, nullptr, nullptr));
+}
+
 TEST_F(GevGenTL, VanishedCameraEndsWaitsAndClosesCleanly) {
     ASSERT_NO_FATAL_FAILURE(StartStreaming(0, 4));
     EVENT_NEW_BUFFER_DATA data{};

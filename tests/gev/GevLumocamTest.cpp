@@ -29,8 +29,8 @@ protected:
 
     // Runs lumocam in the scenario directory; returns its exit code, fills `out`.
     int Lumocam(const std::string& args, std::string& out) {
-        const std::string cmd = "cd '" + dir.Path().string() + "' && LD_LIBRARY_PATH=. ./lumocam " +
-                                args + " 2>&1";
+        const std::string cmd =
+            "cd '" + dir.Path().string() + "' && LD_LIBRARY_PATH=. ./lumocam " + args + " 2>&1";
         out.clear();
         FILE* pipe = popen(cmd.c_str(), "r");
         if (pipe == nullptr)
