@@ -43,23 +43,9 @@ GenTL::GC_ERROR Locked(const char* name, F&& body) {
 }
 
 inline const char* KindName(Kind k) {
-    switch (k) {
-        case Kind::System:
-            return "system";
-        case Kind::Interface:
-            return "interface";
-        case Kind::Device:
-            return "device";
-        case Kind::RemoteDevice:
-            return "remote device port";
-        case Kind::Stream:
-            return "data stream";
-        case Kind::Buffer:
-            return "buffer";
-        case Kind::Event:
-            return "event";
-    }
-    return "?";
+    static const char* const names[] = {"system",      "interface", "device", "remote device port",
+                                        "data stream", "buffer",    "event"};
+    return names[static_cast<size_t>(k)];
 }
 
 template <typename T>

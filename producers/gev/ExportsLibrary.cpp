@@ -109,6 +109,24 @@ InfoReply UrlInfo(const std::string& url, URL_INFO_CMD cmd) {
     Fail(GC_ERR_NOT_AVAILABLE, "the URL does not tell this");
 }
 
+// One access per entry; on failure the count says how many were done.
+template <typename Access>
+GC_ERROR Stacked(const char* name, PORT_REGISTER_STACK_ENTRY* entries, size_t* count,
+                 Access&& access) {
+    if (entries == nullptr || count == nullptr) {
+        return Call(
+            name, [] { Fail(GC_ERR_INVALID_PARAMETER, "pEntries and piNumEntries are required"); });
+    }
+    for (size_t i = 0; i < *count; ++i) {
+        size_t size = entries[i].Size;
+        if (const GC_ERROR rc = access(entries[i], &size)) {
+            *count = i;
+            return rc;
+        }
+    }
+    return GC_ERR_SUCCESS;
+}
+
 std::shared_ptr<CStream> EventStream(CProducer& p, EVENT_HANDLE h) {
     return Lookup<CStream>(p, h, Kind::Event);
 }
@@ -173,38 +191,16 @@ GC_API GCWritePort(PORT_HANDLE hPort, uint64_t iAddress, const void* pBuffer, si
 
 GC_API GCReadPortStacked(PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTRY* pEntries,
                          size_t* piNumEntries) {
-    if (pEntries == nullptr || piNumEntries == nullptr)
-        return Call("GCReadPortStacked", [] {
-            Fail(GC_ERR_INVALID_PARAMETER, "pEntries and piNumEntries are required");
-        });
-    const size_t n = *piNumEntries;
-    for (size_t i = 0; i < n; ++i) {
-        size_t size = pEntries[i].Size;
-        if (const GC_ERROR rc =
-                GCReadPort(hPort, pEntries[i].Address, pEntries[i].pBuffer, &size)) {
-            *piNumEntries = i;
-            return rc;
-        }
-    }
-    return GC_ERR_SUCCESS;
+    return Stacked("GCReadPortStacked", pEntries, piNumEntries, [&](auto& e, size_t* size) {
+        return GCReadPort(hPort, e.Address, e.pBuffer, size);
+    });
 }
 
 GC_API GCWritePortStacked(PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTRY* pEntries,
                           size_t* piNumEntries) {
-    if (pEntries == nullptr || piNumEntries == nullptr)
-        return Call("GCWritePortStacked", [] {
-            Fail(GC_ERR_INVALID_PARAMETER, "pEntries and piNumEntries are required");
-        });
-    const size_t n = *piNumEntries;
-    for (size_t i = 0; i < n; ++i) {
-        size_t size = pEntries[i].Size;
-        if (const GC_ERROR rc =
-                GCWritePort(hPort, pEntries[i].Address, pEntries[i].pBuffer, &size)) {
-            *piNumEntries = i;
-            return rc;
-        }
-    }
-    return GC_ERR_SUCCESS;
+    return Stacked("GCWritePortStacked", pEntries, piNumEntries, [&](auto& e, size_t* size) {
+        return GCWritePort(hPort, e.Address, e.pBuffer, size);
+    });
 }
 
 GC_API GCGetPortURL(PORT_HANDLE hPort, char* sURL, size_t* piSize) {

@@ -242,12 +242,7 @@ void CStream::CloseEngine() {
     }
     closing_ = false;
     Harvest();
-    guint64 completed = 0, failures = 0, underruns = 0, resent = 0, missing = 0;
-    arv_stream_get_statistics(engine_, &completed, &failures, &underruns);
-    arv_gv_stream_get_statistics(ARV_GV_STREAM(engine_), &resent, &missing);
-    totals_.underruns += underruns;
-    totals_.resentPackets += resent;
-    totals_.missingPackets += missing;
+    totals_ = Counters();
     // Whatever Aravis still holds returns to the input pool; finalizing the Aravis stream stops
     // its thread and drops the references that travelled with those buffers.
     g_object_unref(engine_);
@@ -357,6 +352,7 @@ size_t CStream::Count(CBuffer::Where w) const {
 }
 
 StreamCounters CStream::Counters() const {
+    // The running Aravis stream counts from its own start; add what it counted so far.
     StreamCounters c = totals_;
     if (engine_ != nullptr) {
         guint64 completed = 0, failures = 0, underruns = 0, resent = 0, missing = 0;
