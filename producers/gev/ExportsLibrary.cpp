@@ -154,6 +154,7 @@ GC_API GCCloseLib(void) {
 
 GC_API GCGetLastError(GC_ERROR* piErrorCode, char* sErrText, size_t* piSize) {
     // Its own failures are not stored as the last error.
+    std::unique_lock<std::mutex> lk(LibraryLock());
     if (Producer() == nullptr)
         return GC_ERR_NOT_INITIALIZED;
     if (piErrorCode == nullptr || piSize == nullptr)

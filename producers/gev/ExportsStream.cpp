@@ -57,7 +57,7 @@ InfoReply StreamInfo(CStream& s, STREAM_INFO_CMD cmd) {
     }
 }
 
-InfoReply BufferInfo(const CBuffer& b, BUFFER_INFO_CMD cmd) {
+InfoReply BufferInfo(const CBuffer& b, BUFFER_INFO_CMD cmd, uint64_t tickFrequency) {
     const bool image = b.newData && b.payloadType == PAYLOAD_TYPE_IMAGE;
     switch (cmd) {
         case BUFFER_INFO_BASE:
@@ -67,8 +67,14 @@ InfoReply BufferInfo(const CBuffer& b, BUFFER_INFO_CMD cmd) {
         case BUFFER_INFO_USER_PTR:
             return InfoReply::Ptr(b.userPtr);
         case BUFFER_INFO_TIMESTAMP:
+            // Aravis converts the camera's ticks to nanoseconds; give the ticks back, so that
+            // they agree with DEVICE_INFO_TIMESTAMP_FREQUENCY.
+            if (tickFrequency == 0)
+                return InfoReply::U64(b.timestampNs);
+            // Split, so that the product cannot overflow for any tick rate below 18 GHz.
+            return InfoReply::U64(b.timestampNs / 1000000000u * tickFrequency +
+                                  b.timestampNs % 1000000000u * tickFrequency / 1000000000u);
         case BUFFER_INFO_TIMESTAMP_NS:
-            // Aravis hands out the camera's timestamp in nanoseconds.
             return InfoReply::U64(b.timestampNs);
         case BUFFER_INFO_NEW_DATA:
             return InfoReply::Bool(b.newData);
@@ -233,7 +239,8 @@ GC_API DSGetBufferInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, BUFFER_INFO
                        INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
     return Locked("DSGetBufferInfo", [&](CProducer& p, auto&) {
         auto s = OpenStream(p, hDataStream);
-        ReplyInfo(BufferInfo(BufferOf(*s, hBuffer), iInfoCmd), piType, pBuffer, piSize);
+        ReplyInfo(BufferInfo(BufferOf(*s, hBuffer), iInfoCmd, s->TickFrequency()), piType, pBuffer,
+                  piSize);
     });
 }
 

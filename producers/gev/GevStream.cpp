@@ -365,6 +365,10 @@ StreamCounters CStream::Counters() const {
     return c;
 }
 
+uint64_t CStream::TickFrequency() const {
+    return device_.TimestampFrequency();
+}
+
 uint64_t CStream::PayloadSize() const {
     return static_cast<uint64_t>(std::max<int64_t>(0, device_.CameraInteger("PayloadSize", 0)));
 }

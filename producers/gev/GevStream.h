@@ -56,6 +56,7 @@ public:
     size_t Count(CBuffer::Where w) const;
     StreamCounters Counters() const;
     uint64_t PayloadSize() const;
+    uint64_t TickFrequency() const;
 
     // The new-buffer event.
     void* eventHandle = nullptr;
