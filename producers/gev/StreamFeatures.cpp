@@ -17,6 +17,21 @@ CFeatureTable::SetInt Store(T& field) {
     return [&field](int64_t v) { field = static_cast<T>(v); };
 }
 
+CFeatureTable::GetInt Get(const int64_t& field) {
+    return [&field] { return field; };
+}
+
+// A setting that takes values from `lo` to `hi` and refuses others.
+CFeatureTable::SetInt Bounded(int64_t& field, int64_t lo, int64_t hi, const char* what) {
+    return [&field, lo, hi, what](int64_t v) {
+        if (v < lo || v > hi) {
+            Fail(GenTL::GC_ERR_INVALID_VALUE,
+                 std::string(what) + " takes " + std::to_string(lo) + " to " + std::to_string(hi));
+        }
+        field = v;
+    };
+}
+
 }  // namespace
 
 void CStream::BuildFeatures() {
@@ -62,27 +77,13 @@ void CStream::BuildFeatures() {
         g_object_get(engine_, "packet-resend", &resend, nullptr);
         return int64_t{resend == ARV_GV_STREAM_PACKET_RESEND_ALWAYS};
     });
-    f.Integer(
-        "PacketTimeout", [this] { return packetTimeoutUs_; },
-        [this](int64_t v) {
-            if (v <= 0 || v > 10000000)
-                Fail(GenTL::GC_ERR_INVALID_VALUE, "PacketTimeout is 1 to 10000000 us");
-            packetTimeoutUs_ = v;
-        });
-    f.Integer(
-        "ImageTimeout", [this] { return imageTimeoutMs_; },
-        [this](int64_t v) {
-            if (v <= 0 || v > 60000)
-                Fail(GenTL::GC_ERR_INVALID_VALUE, "ImageTimeout is 1 to 60000 ms");
-            imageTimeoutMs_ = v;
-        });
-    f.Integer(
-        "SocketBufferSize", [this] { return socketBuffer_; },
-        [this](int64_t v) {
-            if (v < 0 || v > (int64_t{1} << 30))
-                Fail(GenTL::GC_ERR_INVALID_VALUE, "SocketBufferSize is 0 (automatic) to 1 GiB");
-            socketBuffer_ = v;
-        });
+    f.Integer("PacketTimeout", Get(packetTimeoutUs_),
+              Bounded(packetTimeoutUs_, 1, 10000000, "PacketTimeout (us)"));
+    f.Integer("ImageTimeout", Get(imageTimeoutMs_),
+              Bounded(imageTimeoutMs_, 1, 60000, "ImageTimeout (ms)"));
+    // 0 lets Aravis size the socket buffer from the payload.
+    f.Integer("SocketBufferSize", Get(socketBuffer_),
+              Bounded(socketBuffer_, 0, int64_t{1} << 30, "SocketBufferSize (bytes)"));
     f.Finish("LumoGevStream.xml", "LumoGevStream");
 }
 
