@@ -27,6 +27,12 @@ if(TARGET LumoSim AND LUMO_INSTALL_SIM)
     install(TARGETS LumoSim LIBRARY DESTINATION ${LUMO_INSTALL_SIMDIR})
 endif()
 
+if(TARGET LumoGev)
+    # Not beside the library: an application that finds it runs GigE Vision discovery on every
+    # interface of its machine, so using it is the user's choice (copy it beside the library).
+    install(TARGETS LumoGev LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/lumogenicam/gev)
+endif()
+
 install(EXPORT LumoGenICamTargets NAMESPACE LumoGenICam::
     DESTINATION ${LUMO_INSTALL_CMAKEDIR})
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/LumoGenICamConfig.cmake.in

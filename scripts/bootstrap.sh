@@ -21,6 +21,8 @@ BUILD_PACKAGES=(
 )
 TEST_PACKAGES=(
     libgtest-dev libgmock-dev clang-format
+    # fake GigE Vision camera for the LumoGev.cti tests (run in a private network namespace)
+    aravis-tools
 )
 BENCH_PACKAGES=(
     libbenchmark-dev

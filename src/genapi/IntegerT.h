@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <limits>
 
 #include "Node.h"
 
@@ -37,13 +38,22 @@ public:
         this->AfterWrite();
     }
 
+    // A node without bounds (a SwissKnife, a register without <Min>/<Max>) spans all values.
     int64_t GetMin() override {
-        return this->Call(false,
-                          [this](GError** e) { return arv_gc_integer_get_min(Engine(), e); });
+        try {
+            return this->Call(false,
+                              [this](GError** e) { return arv_gc_integer_get_min(Engine(), e); });
+        } catch (const GenICam::PropertyException&) {
+            return std::numeric_limits<int64_t>::min();
+        }
     }
     int64_t GetMax() override {
-        return this->Call(false,
-                          [this](GError** e) { return arv_gc_integer_get_max(Engine(), e); });
+        try {
+            return this->Call(false,
+                              [this](GError** e) { return arv_gc_integer_get_max(Engine(), e); });
+        } catch (const GenICam::PropertyException&) {
+            return std::numeric_limits<int64_t>::max();
+        }
     }
     int64_t GetInc() override {
         try {
