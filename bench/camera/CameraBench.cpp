@@ -288,10 +288,7 @@ int main(int argc, char** argv) {
     // The library finds producers beside its own file: run again from a
     // scenario directory holding a copy of the library and the producer.
     if (!InBenchScenario()) {
-        ScenarioDir dir;
-        dir.Copy(std::filesystem::path(LUMO_LIB_DIR) / "libLumoGenICam.so.0");
-        dir.AddProducer(std::filesystem::path(LUMO_LIB_DIR) / "LumoSim.cti", kConfig);
-        return RunBenchInScenario(dir, argc, argv);
+        return RunBenchWithSimulator(LUMO_LIB_DIR, kConfig, argc, argv);
     }
     // Alternating rounds: a drift of the machine's load hits both loops alike.
     for (int round = 1; round <= kRounds; ++round) {

@@ -184,10 +184,7 @@ int main(int argc, char** argv) {
     // The library finds producers beside its own file: run again from a
     // scenario directory holding a copy of the library and the producer.
     if (!InBenchScenario()) {
-        ScenarioDir dir;
-        dir.Copy(std::filesystem::path(LUMO_LIB_DIR) / "libLumoGenICam.so.0");
-        dir.AddProducer(std::filesystem::path(LUMO_LIB_DIR) / "LumoSim.cti", kConfig);
-        return RunBenchInScenario(dir, argc, argv);
+        return RunBenchWithSimulator(LUMO_LIB_DIR, kConfig, argc, argv);
     }
     // About four seconds of frames per strategy and rate.
     for (const auto& [rate, frames] : {std::pair{30, 120}, std::pair{200, 800}}) {
