@@ -64,9 +64,9 @@ std::uint64_t DeliveredNs(ICamera* camera, IImage* image) {
     std::uint64_t stamp = 0;
     size_t size = sizeof stamp;
     int type = 0;
-    const int rc = port->GetCti()->DSGetBufferInfo(port->GetPort(), genImage->GetBufferHandle(),
-                                                   LumoSim::kBufferInfoDeliveredNs, &type,
-                                                   &stamp, &size);
+    const int rc =
+        port->GetCti()->DSGetBufferInfo(port->GetPort(), genImage->GetBufferHandle(),
+                                        LumoSim::kBufferInfoDeliveredNs, &type, &stamp, &size);
     return rc == 0 ? stamp : 0;
 }
 
@@ -158,8 +158,9 @@ void BM_Latency(benchmark::State& state, int rate, int strategyIndex) {
 }
 
 void PrintTable() {
-    std::printf("\nLatency from delivery to GrabImage returning, 640 x 480 Mono8 "
-                "(target: latest and upcoming within 1.5 x one-by-one)\n");
+    std::printf(
+        "\nLatency from delivery to GrabImage returning, 640 x 480 Mono8 "
+        "(target: latest and upcoming within 1.5 x one-by-one)\n");
     std::printf("%-6s %-12s %12s %12s %14s %12s\n", "fps", "strategy", "median us", "p99 us",
                 "median ratio", "p99 ratio");
     for (int rate : {30, 200}) {
