@@ -27,3 +27,13 @@ inline int RunBenchInScenario(const ScenarioDir& dir, int argc, char** argv) {
     }
     return std::system(cmd.c_str()) == 0 ? 0 : 1;
 }
+
+// Runs this program again in a scenario directory that holds a copy of the
+// library of `libDir` and the simulated producer configured by `json`.
+inline int RunBenchWithSimulator(const std::filesystem::path& libDir, const std::string& json,
+                                 int argc, char** argv) {
+    ScenarioDir dir;
+    dir.Copy(libDir / "libLumoGenICam.so.0");
+    dir.AddProducer(libDir / "LumoSim.cti", json);
+    return RunBenchInScenario(dir, argc, argv);
+}

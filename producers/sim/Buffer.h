@@ -32,6 +32,7 @@ struct CBuffer {
     uint64_t frameId = 0;
     uint64_t timestamp = 0;
     uint64_t timestampNs = 0;
+    uint64_t deliveredNs = 0;  // CLOCK_MONOTONIC at the last delivery
     uint32_t deliveredHeight = 0;
     SceneParams params;
     std::vector<GenTL::SINGLE_CHUNK_DATA> chunks;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <ctime>
 
 #include "Device.h"
 #include "Producer.h"
@@ -169,6 +170,10 @@ std::shared_ptr<CEvent> CDataStream::MakeNewBufferEvent() {
 }
 
 void CDataStream::Deliver(CBuffer* buf) {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    buf->deliveredNs =
+        static_cast<uint64_t>(now.tv_sec) * 1000000000ULL + static_cast<uint64_t>(now.tv_nsec);
     buf->state = CBuffer::State::Output;
     output.push_back(buf);
     if (newBufferEvent)

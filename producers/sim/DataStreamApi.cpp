@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "ApiCall.h"
+#include "CustomInfo.h"
 #include "Teardown.h"
 
 using namespace GenTL;
@@ -54,7 +55,8 @@ InfoValue BufferInfo(const CDataStream& ds, const CBuffer& b, BUFFER_INFO_CMD cm
         v = InfoValue::Field<uint64_t>(b, cmd, InfoValue::U64,
                                        {{BUFFER_INFO_TIMESTAMP, &B::timestamp},
                                         {BUFFER_INFO_FRAMEID, &B::frameId},
-                                        {BUFFER_INFO_TIMESTAMP_NS, &B::timestampNs}});
+                                        {BUFFER_INFO_TIMESTAMP_NS, &B::timestampNs},
+                                        {kBufferInfoDeliveredNs, &B::deliveredNs}});
     }
     if (!v) {
         v = InfoValue::Field<bool>(b, cmd, InfoValue::Bool,

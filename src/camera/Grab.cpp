@@ -2,22 +2,26 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
-#include "SimpleLog.h"
 #include "camera/Camera.h"
 
 namespace VEXOGENICAM {
 
 namespace {
+// The worker's wait on the stream, so that a stop is seen at least this often.
 constexpr unsigned long long kWorkerWaitMs = 100;
-constexpr auto kPollPeriod = std::chrono::milliseconds(100);
+constexpr auto kWorkerWait = std::chrono::milliseconds(kWorkerWaitMs);
 // A grab that fails at once (not grabbing, a closed stream, a producer error)
-// is retried after a pause that doubles up to the poll period, so that a
+// is retried after a pause that doubles up to the worker's wait, so that a
 // failing stream never makes the worker spin.
 constexpr auto kMinBackOff = std::chrono::milliseconds(1);
 constexpr auto kMaxBackOff = std::chrono::milliseconds(100);
 constexpr int kAborted = -12;
 constexpr int kTimeout = -11;
+// Longer time-outs (GENTL_INFINITE among them) wait without a deadline: the
+// clock's range would overflow.
+constexpr unsigned long long kLongestDeadlineMs = 1ULL << 40;
 }  // namespace
 
 CGrab::CGrab(CCamera* camera, GRAB_STRATEGY strategy) : m_pCamera(camera), m_strategy(strategy) {
@@ -35,7 +39,7 @@ void CGrab::Stop() {
         std::lock_guard<std::mutex> guard(m_lock);
         m_stop = true;
     }
-    m_stopSignal.notify_all();
+    m_signal.notify_all();
     {
         std::lock_guard<std::mutex> join(m_joinLock);
         if (m_worker.joinable()) {
@@ -63,7 +67,7 @@ void CGrab::Grabbing() {
         const int rc = m_pCamera->GrabImage2(&image, kWorkerWaitMs);
         // Judged by time, not by code: a time-out that a producer reports at
         // once must not make the worker spin either.
-        const bool waited = std::chrono::steady_clock::now() - called >= kPollPeriod / 2;
+        const bool waited = std::chrono::steady_clock::now() - called >= kWorkerWait / 2;
         if (image != nullptr || waited) {
             backOff = kMinBackOff;  // a frame came, or the wait itself took its time
         }
@@ -74,6 +78,7 @@ void CGrab::Grabbing() {
                 replaced = m_pLatest;
                 m_pLatest = image;
             }
+            m_signal.notify_all();  // a waiting grab takes it at once
             if (replaced != nullptr) {
                 replaced->Release();
             }
@@ -85,7 +90,7 @@ void CGrab::Grabbing() {
         }
         if (!waited) {
             std::unique_lock<std::mutex> guard(m_lock);
-            m_stopSignal.wait_for(guard, backOff, [this] { return m_stop.load(); });
+            m_signal.wait_for(guard, backOff, [this] { return m_stop.load(); });
             backOff = std::min(backOff * 2, kMaxBackOff);
         }
     }
@@ -110,20 +115,26 @@ int CGrab::GrabLastImage(IImage** image, unsigned long long timeout) {
         return -1;
     }
     *image = nullptr;
-    const unsigned long long start = GetTickCount64();
+    const bool bounded = timeout < kLongestDeadlineMs;
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(bounded ? timeout : 0);
+    std::unique_lock<std::mutex> guard(m_lock);
     for (;;) {
-        if (IImage* taken = TakeLatest()) {
-            *image = taken;
+        // The worker signals every new image, so the wait ends as it arrives;
+        // a time-out of 0 still takes this one look.
+        if (m_pLatest != nullptr) {
+            *image = std::exchange(m_pLatest, nullptr);
             return 0;
         }
         if (m_stop) {
             return kAborted;
         }
-        if (GetTickCount64() - start >= timeout) {
+        if (!bounded) {
+            m_signal.wait(guard);
+        } else if (m_signal.wait_until(guard, deadline) == std::cv_status::timeout &&
+                   m_pLatest == nullptr && !m_stop) {
             return kTimeout;
         }
-        std::unique_lock<std::mutex> guard(m_lock);
-        m_stopSignal.wait_for(guard, kPollPeriod, [this] { return m_stop.load(); });
     }
 }
 

@@ -28,8 +28,8 @@ public:
     int GrabUpCommingImage(IImage** image, unsigned long long timeout);
 
     // Ends the worker and gives the held image back. Must be called without the
-    // camera's lock: the worker may be waiting for it. Clients still polling
-    // this object then get -12.
+    // camera's lock: the worker may be waiting for it. Clients still waiting
+    // on this object then get -12.
     void Stop();
 
 private:
@@ -42,7 +42,8 @@ private:
     std::atomic<bool> m_stop{false};
     IImage* m_pLatest = nullptr;
     std::mutex m_lock;
-    std::condition_variable m_stopSignal;
+    // Signalled at stop and whenever a new latest image is in place.
+    std::condition_variable m_signal;
     std::mutex m_joinLock;
 };
 
