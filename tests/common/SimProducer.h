@@ -11,16 +11,15 @@
     X(GCGetLastError)                                                                             \
     X(GCInitLib)                                                                                  \
     X(GCCloseLib)                                                                                 \
-    X(GCReadPort)                                                                                 \
-    X(GCWritePort) X(GCGetPortURL) X(GCGetPortInfo) X(GCRegisterEvent) X(GCUnregisterEvent)       \
-        X(EventGetData) X(EventGetDataInfo) X(EventGetInfo) X(EventFlush) X(EventKill)            \
-            X(GCGetNumPortURLs) X(GCGetPortURLInfo) X(GCReadPortStacked) X(GCWritePortStacked)    \
-                X(TLOpen) X(TLClose) X(TLGetInfo) X(TLGetNumInterfaces) X(TLGetInterfaceID)       \
-                    X(TLGetInterfaceInfo) X(TLOpenInterface) X(TLUpdateInterfaceList) X(IFClose)  \
-                        X(IFGetInfo) X(IFGetNumDevices) X(IFGetDeviceID) X(IFUpdateDeviceList) X( \
-                            IFGetDeviceInfo) X(IFOpenDevice) X(IFGetParentTL) X(DevGetPort)       \
-                            X(DevGetNumDataStreams) X(DevGetDataStreamID) X(DevOpenDataStream) X( \
-                                DevGetInfo) X(DevClose) X(DevGetParentIF) X(DSAnnounceBuffer)     \
+    X(GCReadPort) X(GCWritePort) X(GCGetPortURL) X(GCGetPortInfo) X(GCRegisterEvent) X(           \
+        GCUnregisterEvent) X(EventGetData) X(EventGetDataInfo) X(EventGetInfo) X(EventFlush)      \
+        X(EventKill) X(GCGetNumPortURLs) X(GCGetPortURLInfo) X(GCReadPortStacked) X(              \
+            GCWritePortStacked) X(TLOpen) X(TLClose) X(TLGetInfo) X(TLGetNumInterfaces)           \
+            X(TLGetInterfaceID) X(TLGetInterfaceInfo) X(TLOpenInterface) X(TLUpdateInterfaceList) \
+                X(IFClose) X(IFGetInfo) X(IFGetNumDevices) X(IFGetDeviceID) X(IFUpdateDeviceList) \
+                    X(IFGetDeviceInfo) X(IFOpenDevice) X(IFGetParentTL) X(DevGetPort)             \
+                        X(DevGetNumDataStreams) X(DevGetDataStreamID) X(DevOpenDataStream)        \
+                            X(DevGetInfo) X(DevClose) X(DevGetParentIF) X(DSAnnounceBuffer)       \
                                 X(DSAllocAndAnnounceBuffer) X(DSFlushQueue) X(DSStartAcquisition) \
                                     X(DSStopAcquisition) X(DSGetInfo) X(DSGetBufferID) X(DSClose) \
                                         X(DSRevokeBuffer) X(DSQueueBuffer) X(DSGetBufferInfo)     \
