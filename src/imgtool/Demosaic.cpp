@@ -49,7 +49,8 @@ Demosaic::Demosaic(const FrameView& frame, bool gradientCorrected)
 }
 
 const unsigned char* Demosaic::Row(std::int64_t y) {
-    const auto row = static_cast<std::uint64_t>(Mirror(y, static_cast<std::int64_t>(m_frame.height)));
+    const auto row =
+        static_cast<std::uint64_t>(Mirror(y, static_cast<std::int64_t>(m_frame.height)));
     if (m_direct) {
         const std::uint64_t step = m_frame.padded ? m_frame.lineStride : m_frame.width;
         return m_frame.data + row * step;

@@ -27,7 +27,7 @@ private:
     const FrameView& m_frame;
     RowDecoder m_decoder;
     bool m_gradient;
-    bool m_direct;      // 8-bit lines are read in place
+    bool m_direct;           // 8-bit lines are read in place
     std::uint64_t m_margin;  // mirrored columns kept on each side of a decoded line
     std::uint64_t m_slotBytes;
     std::vector<unsigned char> m_ring;

@@ -195,8 +195,8 @@ ConvertResult ConvertPixels(const ConvertSource& source, const ConvertDestinatio
         return Fail(ConvertStatus::DestinationTooSmall);
     }
     const std::uint64_t linesPerSpan = imgtool::kPixelsPerSpan / source.width + 1;
-    const bool ok = imgtool::ForEachSpan(
-        source.height, linesPerSpan, [&](std::uint64_t y0, std::uint64_t y1) {
+    const bool ok =
+        imgtool::ForEachSpan(source.height, linesPerSpan, [&](std::uint64_t y0, std::uint64_t y1) {
             LineConverter converter(view, destination, stride, demosaic);
             converter.Lines(y0, y1);
         });

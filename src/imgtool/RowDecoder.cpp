@@ -17,8 +17,7 @@ struct ChromaSet {
     ChromaTables tables;
     ChromaFixed fixed;
 
-    ChromaSet(double cR, double cGv, double cGu, double cB)
-        : tables{TR, TGv, TGu, TB} {
+    ChromaSet(double cR, double cGv, double cGu, double cB) : tables{TR, TGv, TGu, TB} {
         for (int i = 0; i < 256; ++i) {
             // Truncated like the camera path's tables, so that its 4:2:2 kernel serves.
             TR[i] = static_cast<std::int32_t>(cR * (i - 128));

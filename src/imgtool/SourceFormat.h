@@ -8,15 +8,15 @@ namespace imgtool {
 
 // How the samples or colours of a format sit in its bytes.
 enum class Packing : unsigned char {
-    Byte,        // one byte per sample
-    Word,        // two bytes per sample
-    BitStream,   // PFNC "p": samples follow each other least significant bit first
-    GevPacked,   // two samples in three bytes, low bits of both in the middle byte
-    Rgb,         // R G B
-    Bgr,         // B G R
-    Rgb565,      // red in the low five bits
-    Bgr565,      // blue in the low five bits
-    Chroma,      // luminance-chrominance groups (YuvLayout)
+    Byte,       // one byte per sample
+    Word,       // two bytes per sample
+    BitStream,  // PFNC "p": samples follow each other least significant bit first
+    GevPacked,  // two samples in three bytes, low bits of both in the middle byte
+    Rgb,        // R G B
+    Bgr,        // B G R
+    Rgb565,     // red in the low five bits
+    Bgr565,     // blue in the low five bits
+    Chroma,     // luminance-chrominance groups (YuvLayout)
 };
 
 enum class ColourStandard : unsigned char { Bt601, Bt709 };

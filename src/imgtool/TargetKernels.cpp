@@ -53,18 +53,14 @@ struct Unpack16Plan {
     int shift;
 };
 
-constexpr Unpack16Plan kStream10{10,
-                                 {0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9},
-                                 {64, 16, 4, 1, 64, 16, 4, 1},
-                                 6};
-constexpr Unpack16Plan kStream12{12,
-                                 {0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11},
-                                 {16, 1, 16, 1, 16, 1, 16, 1},
-                                 4};
+constexpr Unpack16Plan kStream10{
+    10, {0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9}, {64, 16, 4, 1, 64, 16, 4, 1}, 6};
+constexpr Unpack16Plan kStream12{
+    12, {0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11}, {16, 1, 16, 1, 16, 1, 16, 1}, 4};
 // Two-in-three packing: the high bytes and the shared low-bits byte per lane.
-constexpr uint8_t kPackedHigh[16] = {0, 0x80, 2, 0x80, 3, 0x80, 5, 0x80,
+constexpr uint8_t kPackedHigh[16] = {0, 0x80, 2, 0x80, 3, 0x80, 5,  0x80,
                                      6, 0x80, 8, 0x80, 9, 0x80, 11, 0x80};
-constexpr uint8_t kPackedLow[16] = {1, 0x80, 1, 0x80, 4, 0x80, 4, 0x80,
+constexpr uint8_t kPackedLow[16] = {1, 0x80, 1, 0x80, 4,  0x80, 4,  0x80,
                                     7, 0x80, 7, 0x80, 10, 0x80, 10, 0x80};
 
 void UnpackGroups16Impl(const uint8_t* src, uint16_t* dst, uint64_t groups, int bits,
@@ -87,7 +83,8 @@ void UnpackGroups16Impl(const uint8_t* src, uint16_t* dst, uint64_t groups, int 
         const auto pairs = hn::LoadU(d8, plan.pairs);
         const auto multiplier = hn::LoadU(d16, plan.multiplier);
         for (; i + 8 <= pixels && s + 16 <= srcBytes; i += 8, s += plan.step) {
-            const auto lanes = hn::BitCast(d16, hn::TableLookupBytes(hn::LoadU(d8, src + s), pairs));
+            const auto lanes =
+                hn::BitCast(d16, hn::TableLookupBytes(hn::LoadU(d8, src + s), pairs));
             const auto values = hn::ShiftRightSame(hn::Mul(lanes, multiplier), plan.shift);
             hn::StoreU(values, d16, dst + i);
         }

@@ -129,7 +129,8 @@ bool ForEachSpan(std::uint64_t count, std::uint64_t minPerSpan,
                  const std::function<void(std::uint64_t, std::uint64_t)>& span) {
     WorkerPool& pool = WorkerPool::Instance();
     const std::uint64_t byThreads = pool.Threads();
-    const std::uint64_t bySize = std::max<std::uint64_t>(1, count / std::max<std::uint64_t>(1, minPerSpan));
+    const std::uint64_t bySize =
+        std::max<std::uint64_t>(1, count / std::max<std::uint64_t>(1, minPerSpan));
     const auto parts = static_cast<unsigned>(std::min(byThreads, bySize));
     if (parts <= 1) {
         try {
@@ -139,9 +140,7 @@ bool ForEachSpan(std::uint64_t count, std::uint64_t minPerSpan,
         }
         return true;
     }
-    return pool.Run(parts, [&](unsigned i) {
-        span(count * i / parts, count * (i + 1) / parts);
-    });
+    return pool.Run(parts, [&](unsigned i) { span(count * i / parts, count * (i + 1) / parts); });
 }
 
 }  // namespace imgtool

@@ -116,8 +116,8 @@ TEST(ColourTruth, EveryColourFormatShowsTheSceneColours) {
                 const unsigned char* o = &bgr[3 * (y * kWidth + x)];
                 const unsigned char* q = &rgb[3 * (y * kWidth + x)];
                 worst = std::max({worst, std::abs(o[0] - t.b), std::abs(o[1] - t.g),
-                                  std::abs(o[2] - t.r), std::abs(q[0] - t.r),
-                                  std::abs(q[1] - t.g), std::abs(q[2] - t.b)});
+                                  std::abs(o[2] - t.r), std::abs(q[0] - t.r), std::abs(q[1] - t.g),
+                                  std::abs(q[2] - t.b)});
                 const int luma = (77 * t.r + 150 * t.g + 29 * t.b + 128) >> 8;
                 worstLuma = std::max(worstLuma, std::abs(mono[y * kWidth + x] - luma));
             }
