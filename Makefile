@@ -3,6 +3,8 @@
 #   make test                install what is missing, build, run every test
 #   make test SANITIZE=address|thread
 #   make bench               build the benchmarks (Release) and print the ratio table
+#   make fuzz                build the libFuzzer harnesses with clang and run each on its
+#                            corpus for FUZZ_SECONDS (default 60)
 #   make format | clean | install PREFIX=/usr/local
 
 BUILD_TYPE ?= RelWithDebInfo
@@ -10,6 +12,7 @@ SANITIZE   ?=
 PREFIX     ?= /usr/local
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CTEST_ARGS ?=
+FUZZ_SECONDS ?= 60
 
 # glib's slice allocator recycles memory between threads behind locks that
 # ThreadSanitizer cannot see; plain malloc makes that visible to it.
@@ -30,7 +33,7 @@ GENERATOR := $(shell command -v ninja >/dev/null 2>&1 && echo Ninja || echo "Uni
 CMAKE_FLAGS = -G "$(GENERATOR)" -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DLUMO_SANITIZE=$(SANITIZE) \
               -DCMAKE_INSTALL_PREFIX=$(PREFIX)
 
-.PHONY: all bootstrap configure build run test stress bench format install clean
+.PHONY: all bootstrap configure build run test stress bench fuzz format install clean
 
 all: build
 
@@ -58,6 +61,20 @@ bench: bootstrap
 	@cmake --build build-bench -j $(JOBS)
 	@scripts/run-bench.sh build-bench
 
+# Instrumented with clang: coverage for libFuzzer everywhere, ASan and UBSan.
+# New inputs go to build-fuzz/corpus, the seeds in fuzz/corpus stay as they are.
+fuzz: bootstrap
+	@CC=clang CXX=clang++ cmake -S . -B build-fuzz -G "$(GENERATOR)" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	      -DLUMO_FUZZ=ON -DLUMO_BUILD_TESTS=OFF -DLUMO_BUILD_TOOLS=OFF -DLUMO_SANITIZE=address \
+	      -DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link -DCMAKE_C_FLAGS=-fsanitize=fuzzer-no-link >/dev/null
+	@cmake --build build-fuzz --target fuzz_harnesses -j $(JOBS)
+	@for harness in build-fuzz/bin/*Fuzz; do \
+	    name=$$(basename $$harness); mkdir -p build-fuzz/corpus/$$name; \
+	    echo "=== $$name ($(FUZZ_SECONDS) s)"; \
+	    $$harness -max_total_time=$(FUZZ_SECONDS) -dict=fuzz/$$name.dict \
+	        build-fuzz/corpus/$$name fuzz/corpus/$$name || exit 1; \
+	done
+
 format:
 	@git ls-files -z -- '*.h' '*.hpp' '*.cpp' '*.c' | xargs -0 clang-format -i
 
@@ -65,4 +82,4 @@ install: build
 	@cmake --install $(BUILD_DIR)
 
 clean:
-	@rm -rf build build-asan build-tsan build-bench
+	@rm -rf build build-asan build-tsan build-bench build-fuzz

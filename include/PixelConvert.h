@@ -15,8 +15,11 @@
 // - RGB565p keeps red in its low five bits, BGR565p blue; both come out in the
 //   requested channel order.
 // - Bayer mosaics are demosaiced bilinearly, or with the gradient-corrected
-//   method (sharper at colour edges, about three times the work). Samples deeper
-//   than 8 bits keep their top 8 bits before demosaicing.
+//   method: green along the direction in which the mosaic changes least, with a
+//   second-difference correction, then red and blue from their differences to
+//   green on the side most like the pixel. It keeps colour edges cleaner and
+//   costs many times the bilinear work. Samples deeper than 8 bits keep their
+//   top 8 bits before demosaicing; neighbours beyond the frame are mirrored.
 // - Mono8 from a colour format is BT.601 luma, (77 R + 150 G + 29 B + 128) >> 8.
 // - Mono16 keeps sample values: a 12-bit sample 4095 stays 4095 and the result
 //   reports 12 bits; shift by (16 - bitDepth) for full scale. Colour formats

@@ -128,11 +128,9 @@ void WorkerPool::StopWorkers() {
 bool ForEachSpan(std::uint64_t count, std::uint64_t minPerSpan,
                  const std::function<void(std::uint64_t, std::uint64_t)>& span) {
     WorkerPool& pool = WorkerPool::Instance();
-    const std::uint64_t byThreads = pool.Threads();
-    const std::uint64_t bySize =
-        std::max<std::uint64_t>(1, count / std::max<std::uint64_t>(1, minPerSpan));
-    const auto parts = static_cast<unsigned>(std::min(byThreads, bySize));
-    if (parts <= 1) {
+    const std::uint64_t threads = pool.Threads();
+    minPerSpan = std::max<std::uint64_t>(1, minPerSpan);
+    if (threads <= 1 || count / minPerSpan < 2) {
         try {
             span(0, count);
         } catch (...) {
@@ -140,6 +138,10 @@ bool ForEachSpan(std::uint64_t count, std::uint64_t minPerSpan,
         }
         return true;
     }
+    // Several parts per thread, claimed as threads come free: a thread that the
+    // machine's other work holds back leaves its share to the others.
+    const std::uint64_t finest = std::max<std::uint64_t>(1, minPerSpan / kPartsPerThread);
+    const auto parts = static_cast<unsigned>(std::min(threads * kPartsPerThread, count / finest));
     return pool.Run(parts, [&](unsigned i) { span(count * i / parts, count * (i + 1) / parts); });
 }
 

@@ -53,9 +53,11 @@ private:
 // Below this many pixels per thread, waking a thread costs more than it saves.
 inline constexpr std::uint64_t kPixelsPerSpan = std::uint64_t{1} << 17;
 
-// Splits [0, count) into one contiguous span per thread when every span keeps
-// at least minPerSpan items; otherwise runs one span on the calling thread.
-// Returns false if a span threw.
+inline constexpr std::uint64_t kPartsPerThread = 4;
+
+// Splits [0, count) into contiguous spans shared by the conversion threads when
+// it holds at least two spans of minPerSpan items; otherwise runs it on the
+// calling thread. Returns false if a span threw.
 bool ForEachSpan(std::uint64_t count, std::uint64_t minPerSpan,
                  const std::function<void(std::uint64_t, std::uint64_t)>& span);
 
