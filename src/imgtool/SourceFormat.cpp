@@ -1,5 +1,8 @@
 #include "SourceFormat.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "PixelFormats.h"
 
 namespace imgtool {
@@ -52,66 +55,39 @@ SourceFormat Chroma(const YuvLayout& layout, ColourStandard standard) {
     return f;
 }
 
+bool Within(std::uint64_t pf, std::uint64_t first, std::uint64_t last) {
+    return pf >= first && pf <= last;
+}
+
+// The Bayer families by their code ranges; the colour order and the depth come
+// from the same tables the camera path uses.
 bool DescribeBayer(std::uint64_t pf, SourceFormat& f) {
-    if (pf >= PF_BayerGR4p && pf <= PF_BayerBG4p) {
+    if (Within(pf, PF_BayerGR4p, PF_BayerBG4p)) {
         // The 4p codes run GR, RG, GB, BG like the 8-bit ones.
         f = Sampled(Packing::BitStream, 4, static_cast<int>(pf - PF_BayerGR4p));
         return true;
     }
-    const int order = BayerOrder(BayerPatternOf(pf));
-    const int bits = SampleBitsOf(pf);
-    switch (pf) {
-        case PF_BayerGR8:
-        case PF_BayerRG8:
-        case PF_BayerGB8:
-        case PF_BayerBG8:
-            f = Sampled(Packing::Byte, 8, BayerOrder(pf));
-            return true;
-        case PF_BayerBG10p:
-        case PF_BayerGB10p:
-        case PF_BayerGR10p:
-        case PF_BayerRG10p:
-        case PF_BayerBG12p:
-        case PF_BayerGB12p:
-        case PF_BayerGR12p:
-        case PF_BayerRG12p:
-        case PF_BayerGR14p:
-        case PF_BayerRG14p:
-        case PF_BayerGB14p:
-        case PF_BayerBG14p:
-            f = Sampled(Packing::BitStream, bits, order);
-            return true;
-        case PF_BayerGR10Packed:
-        case PF_BayerRG10Packed:
-        case PF_BayerGB10Packed:
-        case PF_BayerBG10Packed:
-        case PF_BayerGR12Packed:
-        case PF_BayerRG12Packed:
-        case PF_BayerGB12Packed:
-        case PF_BayerBG12Packed:
-            f = Sampled(Packing::GevPacked, bits, order);
-            return true;
-        case PF_BayerGR10:
-        case PF_BayerRG10:
-        case PF_BayerGB10:
-        case PF_BayerBG10:
-        case PF_BayerGR12:
-        case PF_BayerRG12:
-        case PF_BayerGB12:
-        case PF_BayerBG12:
-        case PF_BayerGR14:
-        case PF_BayerRG14:
-        case PF_BayerGB14:
-        case PF_BayerBG14:
-        case PF_BayerGR16:
-        case PF_BayerRG16:
-        case PF_BayerGB16:
-        case PF_BayerBG16:
-            f = Sampled(Packing::Word, bits, order);
-            return true;
-        default:
-            return false;
+    if (Within(pf, PF_BayerGR8, PF_BayerBG8)) {
+        f = Sampled(Packing::Byte, 8, BayerOrder(pf));
+        return true;
     }
+    static constexpr std::uint64_t kBitStream[] = {
+        PF_BayerBG10p, PF_BayerGB10p, PF_BayerGR10p, PF_BayerRG10p, PF_BayerBG12p, PF_BayerGB12p,
+        PF_BayerGR12p, PF_BayerRG12p, PF_BayerGR14p, PF_BayerRG14p, PF_BayerGB14p, PF_BayerBG14p};
+    Packing packing = Packing::Byte;
+    if (Within(pf, PF_BayerGR10Packed, PF_BayerBG12Packed)) {
+        packing = Packing::GevPacked;
+    } else if (Within(pf, PF_BayerGR10, PF_BayerBG12) || Within(pf, PF_BayerGR16, PF_BayerBG16) ||
+               Within(pf, PF_BayerGR14, PF_BayerBG14)) {
+        packing = Packing::Word;
+    } else if (std::find(std::begin(kBitStream), std::end(kBitStream), pf) !=
+               std::end(kBitStream)) {
+        packing = Packing::BitStream;
+    } else {
+        return false;
+    }
+    f = Sampled(packing, SampleBitsOf(pf), BayerOrder(BayerPatternOf(pf)));
+    return true;
 }
 
 }  // namespace
