@@ -182,7 +182,9 @@ struct Candidates {
                 ++n;
             }
         }
-        return Clamp8((sum / n + 1) >> 1);
+        // n is 1, 2 or 4 but for three tied diagonals, which are rare.
+        const int mean2 = n == 1 ? sum : n == 2 ? sum >> 1 : n == 4 ? sum >> 2 : sum / n;
+        return Clamp8((mean2 + 1) >> 1);
     }
 };
 
