@@ -41,8 +41,6 @@ const std::vector<Case>& Cases() {
          cv::COLOR_BayerRG2BGR},
         {"Bayer8 to RGB8", PF_BayerRG8, PixelTarget::RGB8, DemosaicMethod::Bilinear, CV_8UC1,
          cv::COLOR_BayerRG2RGB},
-        {"Bayer8 to BGR8 edge-aware", PF_BayerRG8, PixelTarget::BGR8,
-         DemosaicMethod::GradientCorrected, CV_8UC1, cv::COLOR_BayerRG2BGR_EA},
         {"YUYV to RGB8", PF_YUV422_8, PixelTarget::RGB8, DemosaicMethod::Bilinear, CV_8UC2,
          cv::COLOR_YUV2RGB_YUYV},
         {"RGB8 to Mono8", PF_RGB8, PixelTarget::Mono8, DemosaicMethod::Bilinear, CV_8UC3,
@@ -50,6 +48,8 @@ const std::vector<Case>& Cases() {
         {"Mono12p to Mono16", PF_Mono12p, PixelTarget::Mono16, DemosaicMethod::Bilinear, 0, -1},
         {"Mono12Packed to Mono16", PF_Mono12Packed, PixelTarget::Mono16, DemosaicMethod::Bilinear,
          0, -1},
+        {"Bayer8 to BGR8 edge-aware", PF_BayerRG8, PixelTarget::BGR8,
+         DemosaicMethod::GradientCorrected, CV_8UC1, cv::COLOR_BayerRG2BGR_EA},
     };
     return cases;
 }

@@ -1,6 +1,7 @@
 #include "WorkerPool.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace imgtool {
 
@@ -8,6 +9,27 @@ namespace {
 
 unsigned DefaultThreads() {
     return std::max(1u, std::thread::hardware_concurrency());
+}
+
+// Waking a sleeping thread takes tens of microseconds, a good part of a frame's
+// conversion: threads poll this long before they sleep, so that frames that
+// follow each other find them awake.
+constexpr auto kSpin = std::chrono::microseconds(200);
+
+template <typename Ready>
+bool SpinFor(Ready ready) {
+    const auto until = std::chrono::steady_clock::now() + kSpin;
+    for (unsigned i = 0;; ++i) {
+        if (ready()) {
+            return true;
+        }
+        if (i % 64 == 63 && std::chrono::steady_clock::now() > until) {
+            return false;
+        }
+#if defined(__x86_64__) || defined(__i386__)
+        __builtin_ia32_pause();
+#endif
+    }
 }
 
 }  // namespace
@@ -54,8 +76,14 @@ bool WorkerPool::Run(unsigned parts, const std::function<void(unsigned)>& part) 
     m_next = 0;
     m_done = 0;
     m_failed = false;
+    m_posted.fetch_add(1, std::memory_order_release);
     m_wake.notify_all();
     Participate(lock);
+    if (m_done != m_parts) {
+        lock.unlock();
+        SpinFor([&] { return m_done.load(std::memory_order_acquire) == parts; });
+        lock.lock();
+    }
     m_finished.wait(lock, [this] { return m_done == m_parts; });
     m_job = nullptr;
     return !m_failed;
@@ -94,8 +122,15 @@ void WorkerPool::Participate(std::unique_lock<std::mutex>& lock) {
 
 void WorkerPool::WorkerLoop() {
     std::unique_lock<std::mutex> lock(m_mutex);
+    auto hasWork = [this] { return m_stop || (m_job != nullptr && m_next < m_parts); };
     for (;;) {
-        m_wake.wait(lock, [this] { return m_stop || (m_job != nullptr && m_next < m_parts); });
+        if (!hasWork()) {
+            const std::uint64_t seen = m_posted.load(std::memory_order_relaxed);
+            lock.unlock();
+            SpinFor([&] { return m_posted.load(std::memory_order_acquire) != seen; });
+            lock.lock();
+            m_wake.wait(lock, hasWork);
+        }
         if (m_stop) {
             return;
         }

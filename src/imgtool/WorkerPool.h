@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -46,7 +47,8 @@ private:
     const std::function<void(unsigned)>* m_job = nullptr;
     unsigned m_parts = 0;
     unsigned m_next = 0;
-    unsigned m_done = 0;
+    std::atomic<unsigned> m_done{0};         // written under m_mutex, also read while spinning
+    std::atomic<std::uint64_t> m_posted{0};  // jobs posted so far
     bool m_failed = false;
 };
 
