@@ -12,9 +12,11 @@ unsigned DefaultThreads() {
 }
 
 // Waking a sleeping thread takes tens of microseconds, a good part of a frame's
-// conversion: threads poll this long before they sleep, so that frames that
-// follow each other find them awake.
-constexpr auto kSpin = std::chrono::microseconds(200);
+// conversion: the caller, done with its parts, polls this long for the last
+// ones before it sleeps. (Workers do not poll between frames: frames from a
+// camera come milliseconds apart, and polling would take the processor from
+// whatever else runs.)
+constexpr auto kSpin = std::chrono::microseconds(100);
 
 template <typename Ready>
 bool SpinFor(Ready ready) {
@@ -76,7 +78,6 @@ bool WorkerPool::Run(unsigned parts, const std::function<void(unsigned)>& part) 
     m_next = 0;
     m_done = 0;
     m_failed = false;
-    m_posted.fetch_add(1, std::memory_order_release);
     m_wake.notify_all();
     Participate(lock);
     if (m_done != m_parts) {
@@ -124,13 +125,7 @@ void WorkerPool::WorkerLoop() {
     std::unique_lock<std::mutex> lock(m_mutex);
     auto hasWork = [this] { return m_stop || (m_job != nullptr && m_next < m_parts); };
     for (;;) {
-        if (!hasWork()) {
-            const std::uint64_t seen = m_posted.load(std::memory_order_relaxed);
-            lock.unlock();
-            SpinFor([&] { return m_posted.load(std::memory_order_acquire) != seen; });
-            lock.lock();
-            m_wake.wait(lock, hasWork);
-        }
+        m_wake.wait(lock, hasWork);
         if (m_stop) {
             return;
         }
