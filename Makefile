@@ -4,6 +4,8 @@
 #   make test SANITIZE=address|thread
 #   make bench               build the benchmarks (Release) and print the ratio table
 #   make docs                the public API reference (Doxygen) in build-docs/html
+#   make fuzz                build the libFuzzer harnesses with clang and run each on its
+#                            corpus for FUZZ_SECONDS (default 60)
 #   make format | clean | install PREFIX=/usr/local
 
 BUILD_TYPE ?= RelWithDebInfo
@@ -16,6 +18,7 @@ CTEST_ARGS ?=
 # their own packages.
 PROFILE    ?= test
 TESTS      ?= ON
+FUZZ_SECONDS ?= 60
 
 # glib's slice allocator recycles memory between threads behind locks that
 # ThreadSanitizer cannot see; plain malloc makes that visible to it.
@@ -36,7 +39,7 @@ GENERATOR := $(shell command -v ninja >/dev/null 2>&1 && echo Ninja || echo "Uni
 CMAKE_FLAGS = -G "$(GENERATOR)" -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DLUMO_SANITIZE=$(SANITIZE) \
               -DCMAKE_INSTALL_PREFIX=$(PREFIX)
 
-.PHONY: all bootstrap configure build run test stress bench docs format install clean
+.PHONY: all bootstrap configure build run test stress bench docs fuzz format install clean
 
 all: build
 
@@ -67,12 +70,7 @@ bench: bootstrap
 	@cmake --build build-bench -j $(JOBS)
 	@scripts/run-bench.sh build-bench
 
-# Fails on any Doxygen warning, so that the reference stays whole.
-docs: PROFILE := docs
-docs: bootstrap
-	@rm -rf build-docs
-	@doxygen docs/Doxyfile
-	@echo "API reference: build-docs/html/index.html"
+	@rm -rf build build-asan build-tsan build-bench build-docs build-fuzz
 
 format:
 	@git ls-files -z -- '*.h' '*.hpp' '*.cpp' '*.c' | xargs -0 clang-format -i
@@ -84,4 +82,4 @@ install: build
 	@cmake --install $(BUILD_DIR)
 
 clean:
-	@rm -rf build build-asan build-tsan build-bench build-docs
+	@rm -rf build build-asan build-tsan build-bench build-docs build-fuzz

@@ -18,3 +18,4 @@
 #include "PixelFormats.h"
 #include "CImgTool.h"
 #include "ImageTool.h"
+#include "PixelConvert.h"

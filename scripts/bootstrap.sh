@@ -5,6 +5,7 @@
 #   scripts/bootstrap.sh test    build + what the test suites need
 #   scripts/bootstrap.sh bench   build + the benchmarks and their reference peers
 #   scripts/bootstrap.sh docs    Doxygen for the API reference
+#   scripts/bootstrap.sh fuzz    build + clang with libFuzzer
 set -euo pipefail
 
 profile=${1:-test}
@@ -30,6 +31,9 @@ BENCH_PACKAGES=(
     libopencv-dev libyuv-dev
 )
 
+FUZZ_PACKAGES=(
+    clang libclang-rt-14-dev
+)
 DOCS_PACKAGES=(
     doxygen
 )
@@ -39,7 +43,8 @@ case "$profile" in
     test) PACKAGES=("${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}") ;;
     bench) PACKAGES=("${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}") ;;
     docs) PACKAGES=("${DOCS_PACKAGES[@]}") ;;
-    *) echo "bootstrap: unknown profile '$profile' (build, test, bench or docs)" >&2; exit 2 ;;
+    fuzz) PACKAGES=("${BUILD_PACKAGES[@]}" "${FUZZ_PACKAGES[@]}") ;;
+    *) echo "bootstrap: unknown profile '$profile' (build, test, bench, docs or fuzz)" >&2; exit 2 ;;
 esac
 
 missing=()

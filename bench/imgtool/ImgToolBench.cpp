@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "CImgTool.h"
+#include "PixelConvert.h"
 #include "PixelFormats.h"
 
 namespace {
@@ -177,6 +178,7 @@ void PrintRatioTable(int runs) {
 
 int main(int argc, char** argv) {
     cv::setNumThreads(1);
+    VEXOGENICAM::SetConvertThreads(1);  // the camera path shares large frames out otherwise
     for (const Case& c : Cases()) {
         benchmark::RegisterBenchmark(("ours/" + c.name).c_str(), Ours, c)
             ->Unit(benchmark::kMillisecond);

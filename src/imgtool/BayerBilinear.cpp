@@ -1,5 +1,6 @@
 #include "ConvertCommon.h"
 #include "ImageToolEx.h"
+#include "WorkerPool.h"
 
 namespace {
 
@@ -37,6 +38,15 @@ void CopyPixel(unsigned char* dst, std::uint64_t width, std::uint64_t row, std::
     d[0] = px[0];
     d[1] = px[1];
     d[2] = px[2];
+}
+
+void InteriorRow(int order, const unsigned char* src, unsigned char* dst, std::uint64_t w,
+                 std::uint64_t we, std::uint64_t r) {
+    const bool redRow =
+        SiteAt(order, r, 0) == imgtool::kRed || SiteAt(order, r, 1) == imgtool::kRed;
+    const bool greenAtEven = SiteAt(order, r, 0) == imgtool::kGreen;
+    imgtool::BayerInteriorRow(src + (r - 1) * w, src + r * w, src + (r + 1) * w, dst + 3 * r * w, 1,
+                              we - 1, redRow, greenAtEven);
 }
 
 bool Demosaic(int order, const unsigned char* src, unsigned char* dst, std::uint64_t w,
@@ -84,15 +94,17 @@ bool Demosaic(int order, const unsigned char* src, unsigned char* dst, std::uint
         CopyPixel(dst, w, r, we - 1, px);
         CopyPixel(dst, w, r + 1, we - 1, px);
     }
-    // Interior: rows 1..he-2, columns 1..we-2, one tight kernel per row.
-    for (std::uint64_t r = 1; r + 1 < he; ++r) {
-        const bool redRow =
-            SiteAt(order, r, 0) == imgtool::kRed || SiteAt(order, r, 1) == imgtool::kRed;
-        const bool greenAtEven = SiteAt(order, r, 0) == imgtool::kGreen;
-        imgtool::BayerInteriorRow(src + (r - 1) * w, src + r * w, src + (r + 1) * w,
-                                  dst + 3 * r * w, 1, we - 1, redRow, greenAtEven);
+    // Interior: rows 1..he-2, columns 1..we-2, one tight kernel per row; large
+    // frames share the rows out over the conversion threads.
+    if (he < 3) {
+        return true;
     }
-    return true;
+    return imgtool::ForEachSpan(he - 2, imgtool::kPixelsPerSpan / w + 1,
+                                [&](std::uint64_t first, std::uint64_t end) {
+                                    for (std::uint64_t r = first + 1; r < end + 1; ++r) {
+                                        InteriorRow(order, src, dst, w, we, r);
+                                    }
+                                });
 }
 
 }  // namespace

@@ -132,6 +132,10 @@ void BayerInteriorRow(const unsigned char* up, const unsigned char* mid, const u
                       bool greenAtEvenColumn);
 void Yuv422Groups(const ChromaTables& t, bool uyvy, const unsigned char* src, unsigned char* dst,
                   std::uint64_t groups);
+// The same with arithmetic terms fitted by FitChroma (scalar when not exact).
+void Yuv422Groups(const ChromaTables& t, const ChromaFixed& fixed, bool uyvy,
+                  const unsigned char* src, unsigned char* dst, std::uint64_t groups);
+ChromaFixed FitChroma(const ChromaTables& t);
 void SwapRedBlue(const unsigned char* src, unsigned char* dst, std::uint64_t pixels);
 void DualToSingle(const unsigned char* src, unsigned char* dst, std::uint64_t pixels, int bits,
                   bool nativeOrder);

@@ -1,5 +1,6 @@
 #include "ConvertCommon.h"
 #include "ImageToolEx.h"
+#include "WorkerPool.h"
 
 namespace {
 
@@ -22,8 +23,10 @@ bool Convert(const ChromaTables& t, const YuvLayout& l, const unsigned char* src
     const std::uint64_t bytes = pixels * 2 * l.groupBytes / (2 * l.pixels);
     const std::uint64_t groups = bytes / l.groupBytes;
     if (l.groupBytes == 4) {
-        imgtool::Yuv422Groups(t, l.u == 0, src, dst, groups);
-        return true;
+        return imgtool::ForEachSpan(
+            groups, imgtool::kPixelsPerSpan / 2, [&](std::uint64_t b, std::uint64_t e) {
+                imgtool::Yuv422Groups(t, l.u == 0, src + 4 * b, dst + 6 * b, e - b);
+            });
     }
     for (std::uint64_t g = 0; g < groups; ++g) {
         imgtool::YuvGroup(t, l, src + g * l.groupBytes, dst + 3 * g * l.pixels, l.pixels);

@@ -1,5 +1,6 @@
 #include "ConvertCommon.h"
 #include "ImageToolEx.h"
+#include "WorkerPool.h"
 
 namespace imgtool {
 
@@ -44,6 +45,14 @@ bool Valid(const void* s, const void* d, std::uint64_t w, std::uint64_t h, std::
     return s != nullptr && d != nullptr && w != 0 && h != 0 && imgtool::PixelCount(w, h, p);
 }
 
+bool UnpackSpans(const unsigned char* s, unsigned char* d, std::uint64_t groups,
+                 unsigned groupBytes, unsigned groupPixels, int bits) {
+    return imgtool::ForEachSpan(
+        groups, imgtool::kPixelsPerSpan / groupPixels, [&](std::uint64_t b, std::uint64_t e) {
+            imgtool::UnpackGroups(s + b * groupBytes, d + b * groupPixels, e - b, bits);
+        });
+}
+
 }  // namespace
 
 namespace ImageToolEx {
@@ -54,8 +63,10 @@ bool TransDual(const unsigned short* s, unsigned char* d, std::uint64_t w, std::
     if (!Valid(s, d, w, h, p) || bits <= 8) {
         return false;
     }
-    imgtool::DualToSingle(reinterpret_cast<const unsigned char*>(s), d, p, bits, nativeOrder);
-    return true;
+    const auto* src = reinterpret_cast<const unsigned char*>(s);
+    return imgtool::ForEachSpan(p, imgtool::kPixelsPerSpan, [&](std::uint64_t b, std::uint64_t e) {
+        imgtool::DualToSingle(src + 2 * b, d + b, e - b, bits, nativeOrder);
+    });
 }
 
 bool TransPacked(const unsigned char* s, unsigned char* d, std::uint64_t w, std::uint64_t h) {
@@ -63,8 +74,7 @@ bool TransPacked(const unsigned char* s, unsigned char* d, std::uint64_t w, std:
     if (!Valid(s, d, w, h, p)) {
         return false;
     }
-    imgtool::UnpackGroups(s, d, p >> 1, 0);
-    return true;
+    return UnpackSpans(s, d, p >> 1, 3, 2, 0);
 }
 
 bool TransMonoP(const unsigned char* s, unsigned char* d, std::uint64_t w, std::uint64_t h,
@@ -75,8 +85,7 @@ bool TransMonoP(const unsigned char* s, unsigned char* d, std::uint64_t w, std::
     if (!Valid(s, d, w, h, p) || !imgtool::PGroup(bits, groupBytes, groupPixels)) {
         return false;
     }
-    imgtool::UnpackGroups(s, d, p / groupPixels, bits);
-    return true;
+    return UnpackSpans(s, d, p / groupPixels, groupBytes, groupPixels, bits);
 }
 
 bool TransRGB(const unsigned char* s, unsigned char* d, std::uint64_t w, std::uint64_t h) {
@@ -84,8 +93,9 @@ bool TransRGB(const unsigned char* s, unsigned char* d, std::uint64_t w, std::ui
     if (!Valid(s, d, w, h, p)) {
         return false;
     }
-    imgtool::SwapRedBlue(s, d, p);
-    return true;
+    return imgtool::ForEachSpan(p, imgtool::kPixelsPerSpan, [&](std::uint64_t b, std::uint64_t e) {
+        imgtool::SwapRedBlue(s + 3 * b, d + 3 * b, e - b);
+    });
 }
 
 bool TransRGB565p(const unsigned short* s, unsigned char* d, std::uint64_t w, std::uint64_t h) {

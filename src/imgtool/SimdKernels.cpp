@@ -41,10 +41,14 @@ void BayerRowImpl(const uint8_t* up, const uint8_t* mid, const uint8_t* down, ui
     const size_t n = hn::Lanes(d);
     uint64_t x = x0;
     if (x1 - x0 >= n) {
-        const auto parity = hn::And(hn::Iota(d, static_cast<uint8_t>(x0 & 1)), hn::Set(d, 1));
-        const auto isGreen = hn::Eq(parity, hn::Set(d, greenAtEven ? 0 : 1));
+        // Green sites of a vector starting at an even and at an odd column; the
+        // start's parity picks one (a one-lane vector changes parity every step).
         const auto one = hn::Set(d, 1);
+        const auto greenParity = hn::Set(d, greenAtEven ? 0 : 1);
+        const auto greenFromEven = hn::Eq(hn::And(hn::Iota(d, 0), one), greenParity);
+        const auto greenFromOdd = hn::Eq(hn::And(hn::Iota(d, 1), one), greenParity);
         auto row = [&](uint64_t at) {
+            const auto isGreen = (at & 1) == 0 ? greenFromEven : greenFromOdd;
             const auto l = hn::LoadU(d, mid + at - 1);
             const auto c = hn::LoadU(d, mid + at);
             const auto r = hn::LoadU(d, mid + at + 1);
@@ -70,9 +74,8 @@ void BayerRowImpl(const uint8_t* up, const uint8_t* mid, const uint8_t* down, ui
         for (; x + n <= x1; x += n) {
             row(x);
         }
-        // The last partial vector is redone overlapping the previous one, which
-        // keeps the column parity when the span is even.
-        if (x < x1 && ((x1 - n - x0) & 1) == 0) {
+        // The last partial vector is redone overlapping the previous one.
+        if (x < x1) {
             row(x1 - n);
             x = x1;
         }
@@ -308,7 +311,9 @@ bool FitTerm(const std::int32_t* table, uint16_t& whole, uint16_t& fraction) {
     return false;
 }
 
-ChromaFixed Fit(const ChromaTables& t) {
+}  // namespace
+
+ChromaFixed FitChroma(const ChromaTables& t) {
     ChromaFixed f{};
     const std::int32_t* tables[4] = {t.TR, t.TGv, t.TGu, t.TB};
     f.exact = true;
@@ -318,13 +323,15 @@ ChromaFixed Fit(const ChromaTables& t) {
     return f;
 }
 
+namespace {
+
 const ChromaFixed& FixedFor(const ChromaTables& t) {
     static const ChromaFixed yuv =
-        Fit(ChromaTables{ImageToolEx::g_yuvTab.TR, ImageToolEx::g_yuvTab.TGv,
-                         ImageToolEx::g_yuvTab.TGu, ImageToolEx::g_yuvTab.TB});
+        FitChroma(ChromaTables{ImageToolEx::g_yuvTab.TR, ImageToolEx::g_yuvTab.TGv,
+                               ImageToolEx::g_yuvTab.TGu, ImageToolEx::g_yuvTab.TB});
     static const ChromaFixed ycbcr =
-        Fit(ChromaTables{ImageToolEx::g_ycbcrTab.TR, ImageToolEx::g_ycbcrTab.TGv,
-                         ImageToolEx::g_ycbcrTab.TGu, ImageToolEx::g_ycbcrTab.TB});
+        FitChroma(ChromaTables{ImageToolEx::g_ycbcrTab.TR, ImageToolEx::g_ycbcrTab.TGv,
+                               ImageToolEx::g_ycbcrTab.TGu, ImageToolEx::g_ycbcrTab.TB});
     static const ChromaFixed none{};
     if (t.TR == ImageToolEx::g_yuvTab.TR) {
         return yuv;
@@ -349,6 +356,11 @@ void BayerInteriorRow(const unsigned char* up, const unsigned char* mid, const u
 void Yuv422Groups(const ChromaTables& t, bool uyvy, const unsigned char* src, unsigned char* dst,
                   std::uint64_t groups) {
     HWY_DYNAMIC_DISPATCH(Yuv422Impl)(t, FixedFor(t), uyvy, src, dst, groups);
+}
+
+void Yuv422Groups(const ChromaTables& t, const ChromaFixed& fixed, bool uyvy,
+                  const unsigned char* src, unsigned char* dst, std::uint64_t groups) {
+    HWY_DYNAMIC_DISPATCH(Yuv422Impl)(t, fixed, uyvy, src, dst, groups);
 }
 
 void SwapRedBlue(const unsigned char* src, unsigned char* dst, std::uint64_t pixels) {

@@ -8,6 +8,7 @@
 #include "CImgTool.h"
 #include "ImageTool.h"
 #include "ReferenceModel.h"
+#include "TargetSweep.h"
 
 namespace {
 
@@ -45,7 +46,7 @@ bool SameBytes(const char* result, const model::Bytes& expected) {
                       reinterpret_cast<const std::uint8_t*>(result));
 }
 
-TEST(ImgToolExactness, EveryFormatBothDoorsMatchTheModel) {
+void EveryFormatBothDoorsMatchTheModel() {
     std::mt19937 rng(20261123);
     const auto sizes = Sizes(rng);
     for (const auto& f : model::AllConvertible()) {
@@ -85,6 +86,11 @@ TEST(ImgToolExactness, EveryFormatBothDoorsMatchTheModel) {
             }
         }
     }
+}
+
+// Every instruction set the build compiled, the one-lane fallback included.
+TEST(ImgToolExactness, EveryFormatBothDoorsMatchTheModelOnEveryTarget) {
+    ForEachCompiledTarget([] { EveryFormatBothDoorsMatchTheModel(); });
 }
 
 TEST(ImgToolExactness, ReuseModeMatchesAllocatingModeOnAStream) {
