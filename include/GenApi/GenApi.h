@@ -3,6 +3,7 @@
 // Umbrella header of the GenApi-compatible node-map layer.
 #include "GCException.h"
 #include "GCString.h"
+#include "NodeCallback.h"
 #include "NodeMapRef.h"
 #include "Pointer.h"
 #include "PortImpl.h"

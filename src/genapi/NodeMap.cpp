@@ -345,6 +345,7 @@ CNode* CNodeMap::Wrap(ArvGcNode* node) const {
 void CNodeMap::InvalidateNodes() const {
     std::lock_guard<std::recursive_mutex> guard(Mutex());
     ++m_generation;
+    Fire(m_callbacks.All());
 }
 
 bool CNodeMap::Connect(IPort* pPort, const gcstring& PortName) const {
