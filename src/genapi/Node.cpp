@@ -29,8 +29,15 @@ CNode::CNode(CNodeMap& map, ArvGcFeatureNode* node, std::string name, EInterface
 EAccessMode CNode::GetAccessMode() const {
     auto lock = Lock();
     ArvGcFeatureNode* node = m_node;
-    // Every condition is read anew after an invalidation, not only the first.
-    const bool fresh = m_seenGeneration != m_map.Generation();
+    // Every condition is read anew after an invalidation, not only the first,
+    // and the node's own value still is on its next read.
+    const uint64_t seen = m_seenGeneration;
+    const bool fresh = seen != m_map.Generation();
+    struct KeepSeen {
+        uint64_t& generation;
+        uint64_t value;
+        ~KeepSeen() { generation = value; }
+    } keepSeen{m_seenGeneration, seen};
     if (!Call(fresh, [node](GError** e) { return arv_gc_feature_node_is_implemented(node, e); })) {
         return NI;
     }

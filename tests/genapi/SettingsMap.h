@@ -12,6 +12,8 @@ protected:
     void SetUp() override {
         port.Poke32(0x04, 1024);  // Width
         port.Poke32(0x08, 1);     // PixelFormat Mono8
+        const float exposure = 100.0f;
+        port.PokeBytes(0x30, &exposure, sizeof(exposure));
         map._LoadXMLFromString(lumo_test::ReadDescriptionFile("Settings.xml").c_str());
         ASSERT_TRUE(map._Connect(&port, "Device"));
     }
