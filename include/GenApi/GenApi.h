@@ -2,6 +2,7 @@
 
 // Umbrella header of the GenApi-compatible node-map layer.
 #include "GCException.h"
+#include "ChunkAdapter.h"
 #include "FeatureBag.h"
 #include "GCString.h"
 #include "NodeCallback.h"

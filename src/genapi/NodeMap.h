@@ -13,6 +13,7 @@
 
 #include "BridgeDevice.h"
 #include "Callbacks.h"
+#include "ChunkPorts.h"
 #include "GenApi/INodeMap.h"
 
 namespace GenApi {
@@ -67,6 +68,10 @@ public:
     // that depends on it; invalidate drops every cached value first.
     void NodeChanged(ArvGcFeatureNode* node, bool invalidate) const;
     void GetSelecting(ArvGcFeatureNode* node, FeatureList_t& selecting) const;
+
+    // Ports with a ChunkID, which read the chunk data a chunk adapter attaches
+    // (ChunkPorts.cpp).
+    const std::vector<std::unique_ptr<CChunkPort>>& ChunkPorts() const { return m_chunkPorts; }
 
     // Runs one engine call under the lock with the register cache switched for
     // this call only; rethrows what a port threw, else turns the GError into
@@ -136,6 +141,8 @@ private:
     void Raise(const std::string& feature, GError* error) const;
     IPort* PortFor() const;
     const CDependencyGraph& Dependencies() const;
+    void ServeChunkPorts(const std::map<std::string, uint64_t>& chunkIds);
+    bool IsChunkPort(const std::string& name) const;
     void Fire(const std::vector<CCallbackList::Entry>& callbacks) const;
 
     bool BridgeRead(uint64_t address, uint32_t size, void* buffer, GError** error) override;
@@ -164,6 +171,7 @@ private:
     mutable std::unique_ptr<CDependencyGraph> m_dependencies;
     mutable CCallbackList m_callbacks;
     mutable std::vector<CPolledNode> m_polled;
+    std::vector<std::unique_ptr<CChunkPort>> m_chunkPorts;
 };
 
 }  // namespace GenApi
