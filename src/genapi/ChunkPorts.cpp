@@ -26,34 +26,51 @@ std::string NameOf(std::string_view text, size_t tagStart) {
 
 }  // namespace
 
-std::string WithoutChunkIds(const char* xml, size_t size, std::map<std::string, uint64_t>& ports) {
-    const std::string_view text(xml, size);
-    static constexpr std::string_view kOpen = "<ChunkID>";
-    static constexpr std::string_view kClose = "</ChunkID>";
-    if (text.find(kOpen) == std::string_view::npos) {
-        return {};
-    }
+namespace {
+
+// Takes every <tag>hex</tag> inside a Port element out of text.
+std::string Without(std::string_view text, std::string_view open, std::string_view close,
+                    std::map<std::string, uint64_t>& ports) {
     std::string out;
-    out.reserve(size);
+    out.reserve(text.size());
     size_t copied = 0;
-    for (size_t at = text.find(kOpen); at != std::string_view::npos; at = text.find(kOpen, at)) {
-        const size_t close = text.find(kClose, at);
+    for (size_t at = text.find(open); at != std::string_view::npos; at = text.find(open, at)) {
+        const size_t end = text.find(close, at);
         const size_t port = text.rfind("<Port", at);
-        if (close == std::string_view::npos || port == std::string_view::npos) {
+        if (end == std::string_view::npos || port == std::string_view::npos) {
             break;  // malformed: the engine's parser reports it
         }
-        const std::string value(text.substr(at + kOpen.size(), close - at - kOpen.size()));
+        const std::string value(text.substr(at + open.size(), end - at - open.size()));
         const std::string name = NameOf(text, port);
-        char* end = nullptr;
-        const unsigned long long id = std::strtoull(value.c_str(), &end, 16);
-        if (!name.empty() && end != value.c_str() && *end == '\0') {
+        char* last = nullptr;
+        const unsigned long long id = std::strtoull(value.c_str(), &last, 16);
+        if (!name.empty() && last != value.c_str() && *last == '\0') {
             ports[name] = id;
             out.append(text.substr(copied, at - copied));
-            copied = close + kClose.size();
+            copied = end + close.size();
         }
-        at = close + kClose.size();
+        at = end + close.size();
     }
     out.append(text.substr(copied));
+    return out;
+}
+
+}  // namespace
+
+std::string WithoutPortIds(const char* xml, size_t size, PortIds& ids) {
+    const std::string_view text(xml, size);
+    const bool chunks = text.find("<ChunkID>") != std::string_view::npos;
+    const bool events = text.find("<EventID>") != std::string_view::npos;
+    if (!chunks && !events) {
+        return {};
+    }
+    std::string out(text);
+    if (chunks) {
+        out = Without(out, "<ChunkID>", "</ChunkID>", ids.chunks);
+    }
+    if (events) {
+        out = Without(out, "<EventID>", "</EventID>", ids.events);
+    }
     return out;
 }
 
@@ -81,20 +98,25 @@ void CChunkPort::Write(const void* pBuffer, int64_t Address, int64_t Length) {
 
 // Connected without becoming the port connected last: the device port stays
 // the one that ports without a connection of their own fall back to.
-void CNodeMap::ServeChunkPorts(const std::map<std::string, uint64_t>& chunkIds) {
-    for (const auto& [name, id] : chunkIds) {
-        const CNode* node = Find(name);
-        if (node && node->GetPrincipalInterfaceType() == intfIPort) {
-            m_chunkPorts.push_back(std::make_unique<CChunkPort>(name, id));
-            m_ports[name] = m_chunkPorts.back().get();
+void CNodeMap::ServeChunkPorts(const PortIds& ids) {
+    for (const auto* source : {&ids.chunks, &ids.events}) {
+        auto& ports = source == &ids.chunks ? m_chunkPorts : m_eventPorts;
+        for (const auto& [name, id] : *source) {
+            const CNode* node = Find(name);
+            if (node && node->GetPrincipalInterfaceType() == intfIPort) {
+                ports.push_back(std::make_unique<CChunkPort>(name, id));
+                m_ports[name] = ports.back().get();
+            }
         }
     }
 }
 
 bool CNodeMap::IsChunkPort(const std::string& name) const {
-    for (const auto& port : m_chunkPorts) {
-        if (port->PortName() == name) {
-            return true;
+    for (const auto* ports : {&m_chunkPorts, &m_eventPorts}) {
+        for (const auto& port : *ports) {
+            if (port->PortName() == name) {
+                return true;
+            }
         }
     }
     return false;

@@ -4,17 +4,22 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "GenApi/PortImpl.h"
 
 namespace GenApi {
 
-// The engine reads a port with a <ChunkID> only from a buffer its own stream
-// code fills. The layer serves those ports itself: the element is taken out
-// of the text the engine parses, and the port reads what a chunk adapter
-// attaches. Returns the description without them and fills port name -> id;
-// an empty result means the text has no chunk ports.
-std::string WithoutChunkIds(const char* xml, size_t size, std::map<std::string, uint64_t>& ports);
+// The engine reads a port with a <ChunkID> (<EventID>) only from a buffer its
+// own stream (event) code fills. The layer serves those ports itself: the
+// element is taken out of the text the engine parses, and the port reads what
+// a chunk (event) adapter attaches. Returns the description without them and
+// fills port name -> id; an empty result means the text has no such ports.
+struct PortIds {
+    std::map<std::string, uint64_t> chunks;
+    std::map<std::string, uint64_t> events;
+};
+std::string WithoutPortIds(const char* xml, size_t size, PortIds& ids);
 
 // Where a chunk port reads: the data of one chunk of the attached buffer, or
 // nothing (no buffer attached, or the buffer lacks that chunk).
@@ -31,6 +36,11 @@ public:
         m_data = data;
         m_length = length;
     }
+    // Event data is kept by the port: the message buffer is gone once delivered.
+    void Keep(const uint8_t* data, int64_t length) {
+        m_kept.assign(data, data + length);
+        Attach(m_kept.data(), length);
+    }
     void Move(std::ptrdiff_t shift) {
         if (m_data) {
             m_data += shift;
@@ -46,6 +56,7 @@ private:
     uint64_t m_chunkId;
     uint8_t* m_data = nullptr;
     int64_t m_length = 0;
+    std::vector<uint8_t> m_kept;
 };
 
 }  // namespace GenApi

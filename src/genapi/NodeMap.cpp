@@ -142,8 +142,8 @@ void CNodeMap::Load(const char* xml, size_t size) {
     static std::mutex loadMutex;
     std::lock_guard<std::mutex> loadGuard(loadMutex);
     m_device = CreateBridgeDevice(this);
-    std::map<std::string, uint64_t> chunkIds;
-    const std::string served = WithoutChunkIds(xml, size, chunkIds);
+    PortIds servedPorts;
+    const std::string served = WithoutPortIds(xml, size, servedPorts);
     if (!served.empty()) {
         xml = served.c_str();
         size = served.size();
@@ -169,7 +169,7 @@ void CNodeMap::Load(const char* xml, size_t size) {
     arv_gc_set_range_check_policy(m_gc, ARV_RANGE_CHECK_POLICY_DISABLE);
     arv_gc_set_access_check_policy(m_gc, ARV_ACCESS_CHECK_POLICY_DISABLE);
     CollectNodes(xml, size);
-    ServeChunkPorts(chunkIds);
+    ServeChunkPorts(servedPorts);
 }
 
 // Every named node of the document wherever it sits: inside groups, as an

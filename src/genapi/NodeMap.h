@@ -72,6 +72,8 @@ public:
     // Ports with a ChunkID, which read the chunk data a chunk adapter attaches
     // (ChunkPorts.cpp).
     const std::vector<std::unique_ptr<CChunkPort>>& ChunkPorts() const { return m_chunkPorts; }
+    // Ports with an EventID, which read the data of the last event delivered.
+    const std::vector<std::unique_ptr<CChunkPort>>& EventPorts() const { return m_eventPorts; }
 
     // Runs one engine call under the lock with the register cache switched for
     // this call only; rethrows what a port threw, else turns the GError into
@@ -141,7 +143,7 @@ private:
     void Raise(const std::string& feature, GError* error) const;
     IPort* PortFor() const;
     const CDependencyGraph& Dependencies() const;
-    void ServeChunkPorts(const std::map<std::string, uint64_t>& chunkIds);
+    void ServeChunkPorts(const PortIds& ids);
     bool IsChunkPort(const std::string& name) const;
     void Fire(const std::vector<CCallbackList::Entry>& callbacks) const;
 
@@ -172,6 +174,7 @@ private:
     mutable CCallbackList m_callbacks;
     mutable std::vector<CPolledNode> m_polled;
     std::vector<std::unique_ptr<CChunkPort>> m_chunkPorts;
+    std::vector<std::unique_ptr<CChunkPort>> m_eventPorts;
 };
 
 }  // namespace GenApi
