@@ -13,6 +13,10 @@ struct GENAPI_DECL IFloat : virtual public IValue {
     virtual double GetInc() = 0;
     virtual ERepresentation GetRepresentation() = 0;
     virtual gcstring GetUnit() const = 0;
+    virtual EDisplayNotation GetDisplayNotation() = 0;
+    virtual int64_t GetDisplayPrecision() = 0;
+    virtual EIncMode GetIncMode() = 0;
+    virtual double_autovector_t GetListOfValidValues(bool bounded = true) = 0;
 
     IFloat& operator=(double Value) {
         SetValue(Value);

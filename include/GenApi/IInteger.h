@@ -12,6 +12,9 @@ struct GENAPI_DECL IInteger : virtual public IValue {
     virtual int64_t GetInc() = 0;
     virtual ERepresentation GetRepresentation() = 0;
     virtual gcstring GetUnit() const = 0;
+    virtual EIncMode GetIncMode() = 0;
+    // The values a <ValidValueSet> lists; empty unless GetIncMode() is listIncrement.
+    virtual int64_autovector_t GetListOfValidValues(bool bounded = true) = 0;
 
     IInteger& operator=(int64_t Value) {
         SetValue(Value);

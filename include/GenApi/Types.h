@@ -41,6 +41,20 @@ enum ERepresentation {
     _UndefinedRepresentation = 7
 };
 
+enum EDisplayNotation {
+    fnAutomatic = 0,
+    fnFixed = 1,
+    fnScientific = 2,
+    _UndefinedEDisplayNotation = 3
+};
+
+enum EIncMode { noIncrement = 0, fixedIncrement = 1, listIncrement = 2 };
+
+// Order of the callbacks of one change: every cbPostInsideLock callback runs
+// before the first cbPostOutsideLock one; both run on the thread that made the
+// change, which may still hold the node map's lock.
+enum ECallbackType { cbPostInsideLock = 1, cbPostOutsideLock = 2 };
+
 struct INode;
 struct IValue;
 struct IEnumEntry;
@@ -48,4 +62,7 @@ struct IEnumEntry;
 using NodeList_t = std::vector<INode*>;
 using FeatureList_t = std::vector<IValue*>;
 using StringList_t = std::vector<gcstring>;
+using int64_autovector_t = std::vector<int64_t>;
+using double_autovector_t = std::vector<double>;
+using CallbackHandleType = intptr_t;
 }  // namespace GenApi

@@ -14,6 +14,12 @@ std::string Hex(uint64_t v) {
     return s.str();
 }
 
+// Settings an application may save and restore are the writable values, but
+// not the lock the transport layer holds during acquisition.
+std::string Streamable(const std::string& name, bool writable) {
+    return writable && name != "TLParamsLocked" ? "  <Streamable>Yes</Streamable>\n" : "";
+}
+
 }  // namespace
 
 CXmlBuilder::CXmlBuilder(CRegisterSpace& regs, std::string portName, std::set<std::string> omitted)
@@ -68,7 +74,8 @@ void CXmlBuilder::Int(const std::string& name, uint64_t addr, size_t len, int64_
     body_ += "  <Min>" + std::to_string(range.min) + "</Min>\n";
     body_ += range.pMax.empty() ? "  <Max>" + std::to_string(range.max) + "</Max>\n"
                                 : "  <pMax>" + range.pMax + "</pMax>\n";
-    body_ += "  <Inc>" + std::to_string(range.inc) + "</Inc>\n</Integer>\n";
+    body_ += "  <Inc>" + std::to_string(range.inc) + "</Inc>\n" + Streamable(name, writable) +
+             "</Integer>\n";
     body_ += "<IntReg Name=\"" + name + "Reg\">\n  <Address>" + Hex(addr) +
              "</Address>\n  <Length>" + std::to_string(len) + "</Length>\n  <AccessMode>" +
              (writable ? "RW" : "RO") + "</AccessMode>\n  <pPort>" + port_ +
@@ -91,7 +98,8 @@ void CXmlBuilder::Enum(const std::string& name, uint64_t addr, const Entries& en
         body_ += "  <EnumEntry Name=\"" + entry + "\" NameSpace=\"Standard\">\n    <Value>" +
                  std::to_string(v) + "</Value>\n  </EnumEntry>\n";
     }
-    body_ += "  <pValue>" + name + "Reg</pValue>\n</Enumeration>\n";
+    body_ +=
+        "  <pValue>" + name + "Reg</pValue>\n" + Streamable(name, writable) + "</Enumeration>\n";
     body_ += "<IntReg Name=\"" + name + "Reg\">\n  <Address>" + Hex(addr) +
              "</Address>\n  <Length>4</Length>\n  <AccessMode>" + (writable ? "RW" : "RO") +
              "</AccessMode>\n  <pPort>" + port_ +
@@ -106,7 +114,8 @@ void CXmlBuilder::Bool(const std::string& name, uint64_t addr, bool value, bool 
     if (!Has(name))
         return;  // the register stays, only the description omits it
     body_ += "<Boolean Name=\"" + name + "\">\n  <pValue>" + name +
-             "Reg</pValue>\n  <OnValue>1</OnValue>\n  <OffValue>0</OffValue>\n</Boolean>\n";
+             "Reg</pValue>\n  <OnValue>1</OnValue>\n  <OffValue>0</OffValue>\n" +
+             Streamable(name, writable) + "</Boolean>\n";
     body_ += "<IntReg Name=\"" + name + "Reg\">\n  <Address>" + Hex(addr) +
              "</Address>\n  <Length>4</Length>\n  <AccessMode>" + (writable ? "RW" : "RO") +
              "</AccessMode>\n  <pPort>" + port_ +
@@ -137,7 +146,7 @@ void CXmlBuilder::Float(const std::string& name, uint64_t addr, double value, do
         return;  // the register stays, only the description omits it
     body_ += "<Float Name=\"" + name + "\" NameSpace=\"Standard\">\n  <pValue>" + name +
              "Reg</pValue>\n  <Min>" + std::to_string(min) + "</Min>\n  <Max>" +
-             std::to_string(max) + "</Max>\n</Float>\n";
+             std::to_string(max) + "</Max>\n" + Streamable(name, true) + "</Float>\n";
     body_ += "<FloatReg Name=\"" + name + "Reg\">\n  <Address>" + Hex(addr) +
              "</Address>\n  <Length>8</Length>\n  <AccessMode>RW</AccessMode>\n  <pPort>" + port_ +
              "</pPort>\n  <Cachable>NoCache</Cachable>\n  "

@@ -32,6 +32,7 @@ public:
         }
         this->Call(false,
                    [this, Value](GError** e) { arv_gc_float_set_value(Engine(), Value, e); });
+        this->AfterWrite();
     }
 
     double GetMin() override {
@@ -67,6 +68,27 @@ public:
         const char* unit = arv_gc_float_get_unit(Engine());
         return unit ? unit : "";
     }
+
+    EDisplayNotation GetDisplayNotation() override {
+        auto lock = this->Lock();
+        switch (arv_gc_float_get_display_notation(Engine())) {
+            case ARV_GC_DISPLAY_NOTATION_FIXED:
+                return fnFixed;
+            case ARV_GC_DISPLAY_NOTATION_SCIENTIFIC:
+                return fnScientific;
+            default:
+                return fnAutomatic;
+        }
+    }
+
+    int64_t GetDisplayPrecision() override {
+        auto lock = this->Lock();
+        return arv_gc_float_get_display_precision(Engine());
+    }
+
+    // The engine keeps no <ValidValueSet>: a float steps by its increment or not at all.
+    EIncMode GetIncMode() override { return HasInc() ? fixedIncrement : noIncrement; }
+    double_autovector_t GetListOfValidValues(bool) override { return {}; }
 
     INode* GetNode() override { return this; }
 

@@ -91,6 +91,10 @@ public:
         return unit ? unit : "";
     }
 
+    // The engine keeps no <ValidValueSet>, so an integer steps by its increment.
+    EIncMode GetIncMode() override { return fixedIncrement; }
+    int64_autovector_t GetListOfValidValues(bool) override { return {}; }
+
     INode* GetNode() override { return this; }
 
     gcstring ToString(bool Verify = false, bool IgnoreCache = false) override {

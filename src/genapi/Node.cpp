@@ -29,10 +29,19 @@ CNode::CNode(CNodeMap& map, ArvGcFeatureNode* node, std::string name, EInterface
 EAccessMode CNode::GetAccessMode() const {
     auto lock = Lock();
     ArvGcFeatureNode* node = m_node;
-    if (!Call(false, [node](GError** e) { return arv_gc_feature_node_is_implemented(node, e); })) {
+    // Every condition is read anew after an invalidation, not only the first,
+    // and the node's own value still is on its next read.
+    const uint64_t seen = m_seenGeneration;
+    const bool fresh = seen != m_map.Generation();
+    struct KeepSeen {
+        uint64_t& generation;
+        uint64_t value;
+        ~KeepSeen() { generation = value; }
+    } keepSeen{m_seenGeneration, seen};
+    if (!Call(fresh, [node](GError** e) { return arv_gc_feature_node_is_implemented(node, e); })) {
         return NI;
     }
-    if (!Call(false, [node](GError** e) { return arv_gc_feature_node_is_available(node, e); })) {
+    if (!Call(fresh, [node](GError** e) { return arv_gc_feature_node_is_available(node, e); })) {
         return NA;
     }
     const EAccessMode mode = FromEngine(arv_gc_feature_node_get_actual_access_mode(node));
@@ -40,7 +49,7 @@ EAccessMode CNode::GetAccessMode() const {
         return RO;
     }
     const bool locked =
-        Call(false, [node](GError** e) { return arv_gc_feature_node_is_locked(node, e); });
+        Call(fresh, [node](GError** e) { return arv_gc_feature_node_is_locked(node, e); });
     if (!locked) {
         return mode;
     }
@@ -107,10 +116,26 @@ void CNode::GetSelectedFeatures(FeatureList_t& features) const {
     }
 }
 
-void CNode::AfterWrite() const {
-    if (IsSelector()) {
-        m_map.InvalidateNodes();
+void CNode::GetSelectingFeatures(FeatureList_t& features) const {
+    m_map.GetSelecting(m_node, features);
+}
+
+bool CNode::IsStreamable() const {
+    auto lock = Lock();
+    for (ArvDomNode* child = arv_dom_node_get_first_child(ARV_DOM_NODE(m_node)); child;
+         child = arv_dom_node_get_next_sibling(child)) {
+        if (ARV_IS_GC_PROPERTY_NODE(child) &&
+            arv_gc_property_node_get_node_type(ARV_GC_PROPERTY_NODE(child)) ==
+                ARV_GC_PROPERTY_NODE_TYPE_STREAMABLE) {
+            return arv_gc_property_node_get_streamable(
+                       ARV_GC_PROPERTY_NODE(child), ARV_GC_STREAMABLE_NO) == ARV_GC_STREAMABLE_YES;
+        }
     }
+    return false;
+}
+
+void CNode::AfterWrite() const {
+    m_map.NodeChanged(m_node, IsSelector());
 }
 
 void CNode::RequireReadable(bool verify) const {

@@ -27,6 +27,10 @@ public:
     bool IsFeature() const override;
     void GetSelectedFeatures(FeatureList_t& features) const override;
     bool IsSelector() const override;
+    void GetSelectingFeatures(FeatureList_t& features) const override;
+    bool IsStreamable() const override;
+    CallbackHandleType RegisterCallback(CNodeCallback* pCallback) override;
+    bool DeregisterCallback(CallbackHandleType hCallback) override;
 
     ArvGcFeatureNode* EngineNode() const { return m_node; }
     const std::string& Name() const { return m_name; }
@@ -42,8 +46,9 @@ protected:
     std::unique_lock<std::recursive_mutex> Lock() const {
         return std::unique_lock<std::recursive_mutex>(m_map.Mutex());
     }
-    // Values of the selected features depend on a selector; the engine's cache
-    // does not always see that, so a selector write invalidates the map.
+    // Fires the callbacks of the node and of what depends on it. Values of the
+    // selected features depend on a selector; the engine's cache does not
+    // always see that, so a selector write invalidates the map.
     void AfterWrite() const;
     void RequireReadable(bool verify) const;
     void RequireWritable(bool verify) const;

@@ -142,6 +142,12 @@ void CNodeMap::Load(const char* xml, size_t size) {
     static std::mutex loadMutex;
     std::lock_guard<std::mutex> loadGuard(loadMutex);
     m_device = CreateBridgeDevice(this);
+    PortIds servedPorts;
+    const std::string served = WithoutPortIds(xml, size, servedPorts);
+    if (!served.empty()) {
+        xml = served.c_str();
+        size = served.size();
+    }
     std::string parseError;
     {
         ParseErrorCapture capture(parseError);
@@ -163,6 +169,7 @@ void CNodeMap::Load(const char* xml, size_t size) {
     arv_gc_set_range_check_policy(m_gc, ARV_RANGE_CHECK_POLICY_DISABLE);
     arv_gc_set_access_check_policy(m_gc, ARV_ACCESS_CHECK_POLICY_DISABLE);
     CollectNodes(xml, size);
+    ServeChunkPorts(servedPorts);
 }
 
 // Every named node of the document wherever it sits: inside groups, as an
@@ -345,6 +352,7 @@ CNode* CNodeMap::Wrap(ArvGcNode* node) const {
 void CNodeMap::InvalidateNodes() const {
     std::lock_guard<std::recursive_mutex> guard(Mutex());
     ++m_generation;
+    Fire(m_callbacks.All());
 }
 
 bool CNodeMap::Connect(IPort* pPort, const gcstring& PortName) const {
@@ -353,6 +361,9 @@ bool CNodeMap::Connect(IPort* pPort, const gcstring& PortName) const {
         return false;
     }
     std::lock_guard<std::recursive_mutex> guard(Mutex());
+    if (IsChunkPort(PortName.str())) {
+        return false;  // served by the layer from the attached chunk data
+    }
     m_ports[PortName.str()] = pPort;
     m_lastPort = pPort;
     ++m_generation;

@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "BridgeDevice.h"
+#include "Callbacks.h"
+#include "ChunkPorts.h"
 #include "GenApi/INodeMap.h"
 
 namespace GenApi {
@@ -49,7 +51,7 @@ public:
     bool Connect(IPort* pPort, const gcstring& PortName) const override;
     bool Connect(IPort* pPort) const override;
     gcstring GetDeviceName() override { return m_deviceName; }
-    void Poll(int64_t /*ElapsedTime*/) override {}
+    void Poll(int64_t ElapsedTime) override;
     ILock& GetLock() const override { return m_lock; }
     uint64_t GetNumNodes() const override;
 
@@ -58,6 +60,20 @@ public:
     // Name of the one port node that accesses to this node can reach, or empty.
     static std::string SolePort(ArvGcFeatureNode* node);
     uint64_t Generation() const { return m_generation; }
+
+    // Node callbacks and what a change reaches (Callbacks.cpp).
+    CallbackHandleType AddCallback(CNodeCallback* callback) const;
+    bool RemoveCallback(CallbackHandleType handle, const INode* node) const;
+    // A write through the map changed node: fires the callbacks of every node
+    // that depends on it; invalidate drops every cached value first.
+    void NodeChanged(ArvGcFeatureNode* node, bool invalidate) const;
+    void GetSelecting(ArvGcFeatureNode* node, FeatureList_t& selecting) const;
+
+    // Ports with a ChunkID, which read the chunk data a chunk adapter attaches
+    // (ChunkPorts.cpp).
+    const std::vector<std::unique_ptr<CChunkPort>>& ChunkPorts() const { return m_chunkPorts; }
+    // Ports with an EventID, which read the data of the last event delivered.
+    const std::vector<std::unique_ptr<CChunkPort>>& EventPorts() const { return m_eventPorts; }
 
     // Runs one engine call under the lock with the register cache switched for
     // this call only; rethrows what a port threw, else turns the GError into
@@ -126,6 +142,10 @@ private:
     CNode* Find(std::string_view name) const;
     void Raise(const std::string& feature, GError* error) const;
     IPort* PortFor() const;
+    const CDependencyGraph& Dependencies() const;
+    void ServeChunkPorts(const PortIds& ids);
+    bool IsChunkPort(const std::string& name) const;
+    void Fire(const std::vector<CCallbackList::Entry>& callbacks) const;
 
     bool BridgeRead(uint64_t address, uint32_t size, void* buffer, GError** error) override;
     bool BridgeWrite(uint64_t address, uint32_t size, const void* buffer, GError** error) override;
@@ -150,6 +170,11 @@ private:
     mutable bool m_cacheEnabled = true;
     mutable uint64_t m_generation = 0;
     mutable const std::string* m_portHint = nullptr;
+    mutable std::unique_ptr<CDependencyGraph> m_dependencies;
+    mutable CCallbackList m_callbacks;
+    mutable std::vector<CPolledNode> m_polled;
+    std::vector<std::unique_ptr<CChunkPort>> m_chunkPorts;
+    std::vector<std::unique_ptr<CChunkPort>> m_eventPorts;
 };
 
 }  // namespace GenApi

@@ -1,0 +1,176 @@
+// Node callbacks, selectors seen from both ends, polling and the metadata of
+// Settings.xml read through the public interface.
+#include <atomic>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "SettingsMap.h"
+
+using namespace GenApi;
+
+namespace {
+
+class CallbackTest : public SettingsMapTest {
+protected:
+    // Counts the callbacks fired per node name.
+    CallbackHandleType Watch(const char* name) {
+        return Register(Node(name), [this](INode* node) { ++fired[node->GetName().str()]; });
+    }
+    std::map<std::string, int> fired;
+};
+
+std::vector<std::string> Names(const FeatureList_t& features) {
+    std::vector<std::string> names;
+    for (IValue* value : features) {
+        names.push_back(value->GetNode()->GetName().str());
+    }
+    return names;
+}
+
+TEST_F(CallbackTest, CategoriesListDirectFeaturesAndSubcategories) {
+    CCategoryPtr format = Node("ImageFormatControl");
+    FeatureList_t features;
+    format->GetFeatures(features);
+    EXPECT_EQ(Names(features), (std::vector<std::string>{"SensorWidth", "OffsetX", "Width",
+                                                         "PixelFormat", "Geometry"}));
+    CCategoryPtr nested = features.back()->GetNode();
+    ASSERT_TRUE(nested.IsValid());
+    nested->GetFeatures(features);
+    EXPECT_EQ(Names(features), std::vector<std::string>{"ReverseX"});
+}
+
+TEST_F(CallbackTest, SelectorsAndSelectedFeaturesNameEachOther) {
+    FeatureList_t features;
+    Node("GainSelector")->GetSelectedFeatures(features);
+    EXPECT_EQ(Names(features), (std::vector<std::string>{"Gain", "BlackLevel"}));
+    Node("Gain")->GetSelectingFeatures(features);
+    EXPECT_EQ(Names(features), std::vector<std::string>{"GainSelector"});
+    Node("Width")->GetSelectingFeatures(features);
+    EXPECT_TRUE(features.empty());
+}
+
+TEST_F(CallbackTest, EntryAvailabilityFollowsItsOwnConditions) {
+    CEnumerationPtr format = Node("PixelFormat");
+    for (uint32_t color : {0u, 1u}) {
+        port.Poke32(0x0C, color);
+        map._InvalidateNodes();
+        EXPECT_EQ(IsAvailable(format->GetEntryByName("RGB8")), color == 1) << color;
+        EXPECT_EQ(IsImplemented(format->GetEntryByName("Bayer8")), color == 1) << color;
+        EXPECT_TRUE(IsAvailable(format->GetEntryByName("Mono8")));
+    }
+}
+
+TEST_F(CallbackTest, MetadataComesFromTheDescription) {
+    CFloatPtr exposure = Node("ExposureTime");
+    EXPECT_EQ(exposure->GetUnit(), "us");
+    EXPECT_EQ(exposure->GetDisplayNotation(), fnFixed);
+    EXPECT_EQ(exposure->GetDisplayPrecision(), 2);
+    EXPECT_EQ(exposure->GetIncMode(), noIncrement);
+    EXPECT_TRUE(exposure->GetListOfValidValues().empty());
+    CIntegerPtr width = Node("Width");
+    EXPECT_EQ(width->GetUnit(), "px");
+    EXPECT_EQ(width->GetIncMode(), fixedIncrement);
+    EXPECT_EQ(width->GetInc(), 4);
+    EXPECT_TRUE(Node("Width")->IsStreamable());
+    EXPECT_FALSE(Node("DeviceTemperature")->IsStreamable());
+}
+
+TEST_F(CallbackTest, CommandIsDoneOnceTheDeviceClearsIt) {
+    CCommandPtr save = Node("UserSetSave");
+    save->Execute();
+    EXPECT_FALSE(save->IsDone());
+    port.Poke32(0x34, 0);
+    EXPECT_TRUE(save->IsDone());
+}
+
+// A write reaches the node itself, what reads it (formulas, bounds) and what
+// it selects; unrelated nodes stay quiet.
+TEST_F(CallbackTest, WritesFireTheNodeAndItsDependents) {
+    for (const char* name :
+         {"Width", "OffsetXMax", "OffsetX", "Gain", "BlackLevel", "ExposureTime"}) {
+        Watch(name);
+    }
+    CIntegerPtr(Node("Width"))->SetValue(512);
+    EXPECT_EQ(fired, (std::map<std::string, int>{{"Width", 1}, {"OffsetXMax", 1}, {"OffsetX", 1}}));
+    fired.clear();
+    CEnumerationPtr(Node("GainSelector"))->FromString("Red");
+    EXPECT_EQ(fired, (std::map<std::string, int>{{"Gain", 1}, {"BlackLevel", 1}}));
+    fired.clear();
+    CFloatPtr(Node("ExposureTime"))->SetValue(250.0);
+    EXPECT_EQ(fired, (std::map<std::string, int>{{"ExposureTime", 1}}));
+}
+
+TEST_F(CallbackTest, InvalidateNodesFiresEveryCallbackAndDeregisterStopsIt) {
+    const CallbackHandleType width = Watch("Width");
+    Watch("Gain");
+    map._InvalidateNodes();
+    EXPECT_EQ(fired, (std::map<std::string, int>{{"Width", 1}, {"Gain", 1}}));
+    EXPECT_TRUE(Deregister(width));
+    EXPECT_FALSE(Deregister(width));
+    EXPECT_FALSE(Deregister(0));
+    map._InvalidateNodes();
+    EXPECT_EQ(fired, (std::map<std::string, int>{{"Width", 1}, {"Gain", 2}}));
+}
+
+TEST_F(CallbackTest, CallbackMayDeregisterItselfAndReadTheMap) {
+    CallbackHandleType handle = 0;
+    int64_t seen = -1;
+    handle = Register(Node("Width"), [&](INode* node) {
+        seen = CIntegerPtr(node)->GetValue();
+        Deregister(handle);
+    });
+    CIntegerPtr(Node("Width"))->SetValue(256);
+    CIntegerPtr(Node("Width"))->SetValue(128);
+    EXPECT_EQ(seen, 256);
+}
+
+struct Client {
+    void OnChange(INode*) { ++count; }
+    int count = 0;
+};
+
+TEST_F(CallbackTest, MemberCallbacksAndHandlesOutliveNoMap) {
+    Client client;
+    CallbackHandleType handle = Register(Node("ReverseX"), client, &Client::OnChange);
+    CBooleanPtr(Node("ReverseX"))->SetValue(true);
+    EXPECT_EQ(client.count, 1);
+    map._Destroy();
+    EXPECT_FALSE(Deregister(handle));
+}
+
+TEST_F(CallbackTest, PollRefreshesNodesWhosePollingTimeRanOut) {
+    Watch("DeviceTemperature");
+    CIntegerPtr temperature = Node("DeviceTemperature");
+    port.Poke32(0x38, 40);
+    EXPECT_EQ(temperature->GetValue(), 40);
+    port.Poke32(0x38, 41);
+    map._Poll(600);
+    EXPECT_TRUE(fired.empty());
+    map._Poll(400);
+    EXPECT_EQ(fired["DeviceTemperature"], 1);
+    EXPECT_EQ(temperature->GetValue(), 41);
+    map._Poll(999);
+    EXPECT_EQ(fired["DeviceTemperature"], 1);
+}
+
+// Callbacks registered and removed on one thread while another writes: run
+// under ThreadSanitizer.
+TEST_F(CallbackTest, RegisteringWhileAnotherThreadWritesIsSafe) {
+    std::atomic<int> count{0};
+    std::thread writer([this] {
+        CIntegerPtr gain = Node("Gain");
+        for (int i = 0; i < 300; ++i) {
+            gain->SetValue(i % 48);
+        }
+    });
+    for (int i = 0; i < 300; ++i) {
+        CallbackHandleType handle = Register(Node("Gain"), [&count](INode*) { ++count; });
+        EXPECT_TRUE(Deregister(handle));
+    }
+    writer.join();
+    EXPECT_GE(count.load(), 0);
+}
+
+}  // namespace
