@@ -9,6 +9,7 @@
 #include "BooleanNode.h"
 #include "CategoryNode.h"
 #include "CommandNode.h"
+#include "DependencyCycles.h"
 #include "EnumerationNode.h"
 #include "FloatT.h"
 #include "IntegerT.h"
@@ -163,6 +164,12 @@ void CNodeMap::Load(const char* xml, size_t size) {
     arv_gc_set_range_check_policy(m_gc, ARV_RANGE_CHECK_POLICY_DISABLE);
     arv_gc_set_access_check_policy(m_gc, ARV_ACCESS_CHECK_POLICY_DISABLE);
     CollectNodes(xml, size);
+    std::vector<ArvGcFeatureNode*> nodes;
+    nodes.reserve(m_slots.size());
+    for (const Slot& slot : m_slots) {
+        nodes.push_back(slot.node);
+    }
+    RefuseDependencyCycles(nodes);
 }
 
 // Every named node of the document wherever it sits: inside groups, as an
@@ -426,6 +433,14 @@ bool CNodeMap::BridgeWrite(uint64_t address, uint32_t size, const void* buffer, 
 // failure is kept and rethrown once the engine call has returned.
 bool CNodeMap::Transfer(uint64_t address, uint32_t size, void* readBuffer, const void* writeBuffer,
                         GError** error) {
+    // No access reaches past what a port can address, nor moves more than the
+    // largest register the layer accepts: the engine reads what it is told.
+    if (size > kMaxStaticRegisterLength || address > static_cast<uint64_t>(INT64_MAX) - size) {
+        g_set_error(error, ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_TRANSFER_ERROR,
+                    "Access of %u bytes at 0x%llx is out of the port's range", size,
+                    static_cast<unsigned long long>(address));
+        return false;
+    }
     IPort* port = PortFor();
     if (!port) {
         g_set_error(error, ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_NOT_CONNECTED, "Port not connected");
