@@ -163,13 +163,14 @@ void CNodeMap::Load(const char* xml, size_t size) {
     arv_gc_set_register_cache_policy(m_gc, ARV_REGISTER_CACHE_POLICY_ENABLE);
     arv_gc_set_range_check_policy(m_gc, ARV_RANGE_CHECK_POLICY_DISABLE);
     arv_gc_set_access_check_policy(m_gc, ARV_ACCESS_CHECK_POLICY_DISABLE);
-    CollectNodes(xml, size);
+    const DescriptionOutline outline = OutlineOf(xml, size);
+    CollectNodes(outline.elements);
     std::vector<ArvGcFeatureNode*> nodes;
     nodes.reserve(m_slots.size());
     for (const Slot& slot : m_slots) {
         nodes.push_back(slot.node);
     }
-    RefuseDependencyCycles(nodes);
+    RefuseDependencyCycles(nodes, m_byName, outline);
 }
 
 // Every named node of the document wherever it sits: inside groups, as an
@@ -181,8 +182,7 @@ void CNodeMap::Load(const char* xml, size_t size) {
 // Node kinds the engine does not know (those of IEEE 1394 descriptions, for
 // one) are dropped by its parser with everything inside them; the rest of the
 // description still works, but the user learns what is missing.
-void CNodeMap::CollectNodes(const char* xml, size_t size) {
-    const std::vector<NamedElement> elements = NamedElements(xml, size);
+void CNodeMap::CollectNodes(const std::vector<NamedElement>& elements) {
     m_slots.reserve(elements.size());
     m_byName.reserve(elements.size());
     std::string name;

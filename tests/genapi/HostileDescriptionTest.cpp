@@ -46,6 +46,17 @@ const CycleCase kCycles[] = {
         <SwissKnife Name="GainFormula"><pVariable Name="G">Gain</pVariable>
           <Formula>G*2</Formula></SwissKnife>)",
      {"Gain", "GainFormula"}},
+    {"link written with a character reference",
+     R"(<Float Name="Gain"><pValue>GainFormul&#97;</pValue></Float>
+        <SwissKnife Name="GainFormula"><pVariable Name="G">Gain</pVariable>
+          <Formula>G*2</Formula></SwissKnife>)",
+     {"Gain", "GainFormula"}},
+    {"struct entry addressed by itself",
+     R"(<StructReg Comment="S"><Address>0</Address><pAddress>Bit0</pAddress><Length>4</Length>
+          <AccessMode>RW</AccessMode><pPort>Device</pPort><Endianess>LittleEndian</Endianess>
+          <StructEntry Name="Bit0"><Bit>0</Bit></StructEntry>
+          <StructEntry Name="Bit1"><Bit>1</Bit></StructEntry></StructReg>)",
+     {"Bit0"}},
     {"maximum of itself",
      R"(<Integer Name="Width"><Value>8</Value><pMax>Width</pMax></Integer>)",
      {"Width"}},
@@ -63,7 +74,7 @@ const CycleCase kCycles[] = {
     {"enumeration entry available by its enumeration",
      R"(<Enumeration Name="Mode"><EnumEntry Name="On"><Value>1</Value>
           <pIsAvailable>Mode</pIsAvailable></EnumEntry><Value>1</Value></Enumeration>)",
-     {"Mode", "On"}},
+     {"Mode"}},
     {"selector loop is legitimate",
      R"(<Integer Name="Sel"><Value>0</Value><pSelected>Val</pSelected></Integer>
         <Integer Name="Val"><Value>3</Value><pSelected>Sel</pSelected></Integer>)",
