@@ -4,11 +4,16 @@
 # lumo_add_fuzz_harness(<name> SOURCES ... [LIBS ...]) builds <name>Replay with
 # the normal compiler (a main that feeds every file of corpus/<name> to the
 # harness; CTest label `fuzz`) and, when the compiler is clang, <name>Fuzzer, a
-# libFuzzer binary (-fsanitize=fuzzer, plus address unless another sanitizer
-# is chosen for the build) run by hand:
-#   <name>Fuzzer -dict=fuzz/<name>.dict -max_total_time=900 new-corpus fuzz/corpus/<name>
-# Only the harness is instrumented for coverage unless the whole build gets
-# -fsanitize=fuzzer-no-link (see fuzz/README.md).
+# libFuzzer binary (-fsanitize=fuzzer, plus address unless the build has a
+# sanitizer of its own). For coverage inside the libraries too, build them
+# instrumented in a folder of their own:
+#   CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+#       -DCMAKE_C_FLAGS=-fsanitize=fuzzer-no-link,address \
+#       -DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link,address
+#   cmake --build build-fuzz --target DescriptionFuzzFuzzer
+#   build-fuzz/bin/DescriptionFuzzFuzzer -dict=fuzz/DescriptionFuzz.dict \
+#       -max_total_time=900 -max_len=65536 new-corpus fuzz/corpus/DescriptionFuzz
+# and copy each crash file into corpus/<name>, with a test of what it showed.
 function(lumo_add_fuzz_harness name)
     cmake_parse_arguments(HARNESS "" "" "SOURCES;LIBS" ${ARGN})
     set(dir ${CMAKE_CURRENT_FUNCTION_LIST_DIR})

@@ -387,7 +387,9 @@ void CollectPorts(ArvDomNode* node, std::set<ArvDomNode*>& visited, std::set<std
         return;
     }
     if (ARV_IS_GC_PORT(node)) {
-        ports.insert(arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(node)));
+        // A port the description left unnamed still counts as one port.
+        const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(node));
+        ports.insert(name ? name : "");
         return;
     }
     for (ArvDomNode* child = arv_dom_node_get_first_child(node); child;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "TestPort.h"
+#include "ZipBuilder.h"
 
 using namespace GenApi;
 
@@ -174,6 +175,46 @@ TEST(HostileDescriptionTest, LengthsWithinTheBoundAreRead) {
     EXPECT_EQ(counter->GetValue(), 0xFFFFFFFF);
     // Not hex: refused as a value, not as a crash of the parser.
     EXPECT_THROW(block->FromString("0xzz00ff00"), GenICam::InvalidArgumentException);
+}
+
+// The engine's ZIP reader follows offsets and sizes as the archive states
+// them: each record that points outside the data is refused first.
+TEST(HostileDescriptionTest, ZipRecordsOutsideTheDataAreRefused) {
+    CZipBuilder builder;
+    builder.Add("cam.xml", Description(""));
+    const std::string good = builder.Build();
+    const size_t endRecord = good.size() - 22;
+    const size_t central = good.find(std::string("PK\x01\x02", 4));
+    ASSERT_NE(central, std::string::npos);
+    struct {
+        const char* what;
+        size_t at;
+    } const fields[] = {
+        {"directory offset", endRecord + 16}, {"directory size", endRecord + 12},
+        {"entry count", endRecord + 10},      {"packed size", central + 20},
+        {"unpacked size", central + 24},      {"local header offset", central + 42}};
+    for (const auto& field : fields) {
+        SCOPED_TRACE(field.what);
+        std::string bad = good;
+        std::memset(&bad[field.at], 0x7F, field.at == endRecord + 10 ? 2 : 4);
+        CNodeMapRef map;
+        EXPECT_THROW(map._LoadXMLFromZIPData(bad.data(), bad.size()), GenICam::RuntimeException);
+    }
+    CNodeMapRef map;
+    EXPECT_NO_THROW(map._LoadXMLFromZIPData(good.data(), good.size()));
+}
+
+// A port node without a name inside a feature: the feature still answers.
+TEST(HostileDescriptionTest, UnnamedPortInsideAFeatureIsHarmless) {
+    CNodeMapRef map;
+    map._LoadXMLFromString(
+        Description(R"(<Integer Name="Width"><Value>641</Value><Port Comment="x"/></Integer>)")
+            .c_str());
+    CTestPort port;
+    map._Connect(&port, "Device");
+    CIntegerPtr width = map._GetNode("Width");
+    EXPECT_EQ(width->GetAccessMode(), RW);
+    EXPECT_EQ(width->GetValue(), 641);
 }
 
 }  // namespace
