@@ -12,11 +12,23 @@ namespace {
 
 enum class Mark : unsigned char { New, OnPath, Done };
 
+// Ranges and access are read apart from the value: a node's maximum may
+// depend on its own value without a loop.
 bool IsValueLink(ArvGcPropertyNodeType type) {
-    return type > ARV_GC_PROPERTY_NODE_TYPE_P_UNKNONW &&
-           type != ARV_GC_PROPERTY_NODE_TYPE_P_FEATURE &&
-           type != ARV_GC_PROPERTY_NODE_TYPE_P_SELECTED &&
-           type != ARV_GC_PROPERTY_NODE_TYPE_P_INVALIDATOR;
+    switch (type) {
+        case ARV_GC_PROPERTY_NODE_TYPE_P_VALUE:
+        case ARV_GC_PROPERTY_NODE_TYPE_P_ADDRESS:
+        case ARV_GC_PROPERTY_NODE_TYPE_P_INDEX:
+        case ARV_GC_PROPERTY_NODE_TYPE_P_LENGTH:
+        case ARV_GC_PROPERTY_NODE_TYPE_P_PORT:
+        case ARV_GC_PROPERTY_NODE_TYPE_P_VARIABLE:
+        case ARV_GC_PROPERTY_NODE_TYPE_P_COMMAND_VALUE:
+        case ARV_GC_PROPERTY_NODE_TYPE_P_VALUE_INDEXED:
+        case ARV_GC_PROPERTY_NODE_TYPE_P_VALUE_DEFAULT:
+            return true;
+        default:
+            return false;
+    }
 }
 
 bool IsStructEntry(ArvDomNode* node) {

@@ -16,10 +16,11 @@ bool IsNodeTag(std::string_view tag) {
 }
 
 bool IsValueLinkTag(std::string_view tag) {
-    static constexpr std::string_view kTags[] = {
-        "pValue", "pAddress",  "pIndex",        "pLength",        "pMin",
-        "pMax",   "pInc",      "pIsAvailable",  "pIsImplemented", "pIsLocked",
-        "pPort",  "pVariable", "pCommandValue", "pValueIndexed",  "pValueDefault"};
+    // Ranges and access (pMin, pIsAvailable, ...) are read apart from the
+    // value: a node's maximum may depend on its own value without a loop.
+    static constexpr std::string_view kTags[] = {"pValue",        "pAddress",      "pIndex",
+                                                 "pLength",       "pPort",         "pVariable",
+                                                 "pCommandValue", "pValueIndexed", "pValueDefault"};
     if (tag.size() < 4 || tag[0] != 'p') {
         return false;
     }

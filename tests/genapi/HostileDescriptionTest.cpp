@@ -58,9 +58,9 @@ const CycleCase kCycles[] = {
           <StructEntry Name="Bit0"><Bit>0</Bit></StructEntry>
           <StructEntry Name="Bit1"><Bit>1</Bit></StructEntry></StructReg>)",
      {"Bit0"}},
-    {"maximum of itself",
+    {"maximum from its own value",
      R"(<Integer Name="Width"><Value>8</Value><pMax>Width</pMax></Integer>)",
-     {"Width"}},
+     {}},
     {"register address through an index",
      R"(<IntReg Name="Reg"><Address>0</Address><pIndex Offset="4">Sel</pIndex><Length>4</Length>
           <AccessMode>RW</AccessMode><pPort>Device</pPort><Sign>Unsigned</Sign>
@@ -68,14 +68,22 @@ const CycleCase kCycles[] = {
         <IntSwissKnife Name="Sel"><pVariable Name="R">Reg</pVariable><Formula>R</Formula>
           </IntSwissKnife>)",
      {"Reg", "Sel"}},
-    {"availability of its own selector",
+    {"availability through its own value",
      R"(<Integer Name="A"><Value>1</Value><pIsAvailable>B</pIsAvailable></Integer>
         <Integer Name="B"><pValue>A</pValue></Integer>)",
-     {"A", "B"}},
-    {"enumeration entry available by its enumeration",
+     {}},
+    {"entry available by its enumeration's value",
      R"(<Enumeration Name="Mode"><EnumEntry Name="On"><Value>1</Value>
           <pIsAvailable>Mode</pIsAvailable></EnumEntry><Value>1</Value></Enumeration>)",
-     {"Mode"}},
+     {}},
+    {"maximum through another's value, as width and offset do",
+     R"(<Integer Name="W"><Value>8</Value><pMax>WMax</pMax></Integer>
+        <IntSwissKnife Name="WMax"><pVariable Name="X">X</pVariable><Formula>16-X</Formula>
+          </IntSwissKnife>
+        <Integer Name="X"><Value>0</Value><pMax>XMax</pMax></Integer>
+        <IntSwissKnife Name="XMax"><pVariable Name="W">W</pVariable><Formula>16-W</Formula>
+          </IntSwissKnife>)",
+     {}},
     {"selector loop is legitimate",
      R"(<Integer Name="Sel"><Value>0</Value><pSelected>Val</pSelected></Integer>
         <Integer Name="Val"><Value>3</Value><pSelected>Sel</pSelected></Integer>)",
