@@ -134,7 +134,10 @@ bool CCtiPort::SetXml() {
     // A schema-version query after the length simply ends the number.
     const long long address = std::strtoll(addressText.c_str(), nullptr, 16);
     const long long length = std::strtoll(lengthText.c_str(), nullptr, 16);
-    if (length < 0) {
+    // No description comes near this; a larger length is a broken URL, not a
+    // reason to allocate what it claims.
+    constexpr long long kMaxDescriptionSize = 64LL * 1024 * 1024;
+    if (length < 0 || length > kMaxDescriptionSize) {
         return false;
     }
     std::vector<char> buffer(static_cast<size_t>(length) + 1, '\0');

@@ -4,7 +4,10 @@
 #include <cstdlib>
 #include <sstream>
 
+#include <type_traits>
+
 #include "Node.h"
+#include "RegisterT.h"
 
 namespace GenApi {
 
@@ -15,6 +18,7 @@ public:
 
     double GetValue(bool Verify = false, bool IgnoreCache = false) override {
         auto lock = this->Lock();
+        RequireBoundedLength();
         this->RequireReadable(Verify);
         const double value = this->Call(
             IgnoreCache, [this](GError** e) { return arv_gc_float_get_value(Engine(), e); });
@@ -26,6 +30,7 @@ public:
 
     void SetValue(double Value, bool Verify = true) override {
         auto lock = this->Lock();
+        RequireBoundedLength();
         this->RequireWritable(Verify);
         if (Verify) {
             CheckRange(Value);
@@ -108,6 +113,13 @@ public:
     }
 
 private:
+    // An integer or float register is read and written whole.
+    void RequireBoundedLength() {
+        if constexpr (std::is_base_of_v<IRegister, Base>) {
+            Base::RequireBoundedLength();
+        }
+    }
+
     ArvGcFloat* Engine() const { return ARV_GC_FLOAT(this->EngineNode()); }
 
     void CheckRange(double value) {

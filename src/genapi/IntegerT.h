@@ -3,7 +3,10 @@
 #include <cstdlib>
 #include <limits>
 
+#include <type_traits>
+
 #include "Node.h"
+#include "RegisterT.h"
 
 namespace GenApi {
 
@@ -18,6 +21,7 @@ public:
         if (Verify) {
             lock = this->Lock();
         }
+        RequireBoundedLength();
         this->RequireReadable(Verify);
         const int64_t value = this->Call(
             IgnoreCache, [this](GError** e) { return arv_gc_integer_get_value(Engine(), e); });
@@ -29,6 +33,7 @@ public:
 
     void SetValue(int64_t Value, bool Verify = true) override {
         auto lock = this->Lock();
+        RequireBoundedLength();
         this->RequireWritable(Verify);
         if (Verify) {
             CheckRange(Value);
@@ -111,6 +116,13 @@ public:
     }
 
 private:
+    // An integer or float register is read and written whole.
+    void RequireBoundedLength() {
+        if constexpr (std::is_base_of_v<IRegister, Base>) {
+            Base::RequireBoundedLength();
+        }
+    }
+
     ArvGcInteger* Engine() const { return ARV_GC_INTEGER(this->EngineNode()); }
 
     void CheckRange(int64_t value) {

@@ -9,6 +9,7 @@
 #include "BooleanNode.h"
 #include "CategoryNode.h"
 #include "CommandNode.h"
+#include "DependencyCycles.h"
 #include "EnumerationNode.h"
 #include "FloatT.h"
 #include "IntegerT.h"
@@ -168,7 +169,14 @@ void CNodeMap::Load(const char* xml, size_t size) {
     arv_gc_set_register_cache_policy(m_gc, ARV_REGISTER_CACHE_POLICY_ENABLE);
     arv_gc_set_range_check_policy(m_gc, ARV_RANGE_CHECK_POLICY_DISABLE);
     arv_gc_set_access_check_policy(m_gc, ARV_ACCESS_CHECK_POLICY_DISABLE);
-    CollectNodes(xml, size);
+    const DescriptionOutline outline = OutlineOf(xml, size);
+    CollectNodes(outline.elements);
+    std::vector<ArvGcFeatureNode*> nodes;
+    nodes.reserve(m_slots.size());
+    for (const Slot& slot : m_slots) {
+        nodes.push_back(slot.node);
+    }
+    RefuseDependencyCycles(nodes, m_byName, outline);
     ServeChunkPorts(servedPorts);
 }
 
@@ -181,8 +189,7 @@ void CNodeMap::Load(const char* xml, size_t size) {
 // Node kinds the engine does not know (those of IEEE 1394 descriptions, for
 // one) are dropped by its parser with everything inside them; the rest of the
 // description still works, but the user learns what is missing.
-void CNodeMap::CollectNodes(const char* xml, size_t size) {
-    const std::vector<NamedElement> elements = NamedElements(xml, size);
+void CNodeMap::CollectNodes(const std::vector<NamedElement>& elements) {
     m_slots.reserve(elements.size());
     m_byName.reserve(elements.size());
     std::string name;
@@ -391,7 +398,9 @@ void CollectPorts(ArvDomNode* node, std::set<ArvDomNode*>& visited, std::set<std
         return;
     }
     if (ARV_IS_GC_PORT(node)) {
-        ports.insert(arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(node)));
+        // A port the description left unnamed still counts as one port.
+        const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(node));
+        ports.insert(name ? name : "");
         return;
     }
     for (ArvDomNode* child = arv_dom_node_get_first_child(node); child;
@@ -437,6 +446,14 @@ bool CNodeMap::BridgeWrite(uint64_t address, uint32_t size, const void* buffer, 
 // failure is kept and rethrown once the engine call has returned.
 bool CNodeMap::Transfer(uint64_t address, uint32_t size, void* readBuffer, const void* writeBuffer,
                         GError** error) {
+    // No access reaches past what a port can address, nor moves more than the
+    // largest register the layer accepts: the engine reads what it is told.
+    if (size > kMaxStaticRegisterLength || address > static_cast<uint64_t>(INT64_MAX) - size) {
+        g_set_error(error, ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_TRANSFER_ERROR,
+                    "Access of %u bytes at 0x%llx is out of the port's range", size,
+                    static_cast<unsigned long long>(address));
+        return false;
+    }
     IPort* port = PortFor();
     if (!port) {
         g_set_error(error, ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_NOT_CONNECTED, "Port not connected");

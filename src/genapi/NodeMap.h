@@ -19,6 +19,7 @@
 namespace GenApi {
 
 class CNode;
+struct NamedElement;
 
 // glib log domain of the layer's own messages (nodes left out of a map).
 inline constexpr const char* kLogDomain = "LumoGenApi";
@@ -134,7 +135,7 @@ private:
 
     explicit CNodeMap(const gcstring& deviceName);
     void Load(const char* xml, size_t size);
-    void CollectNodes(const char* xml, size_t size);
+    void CollectNodes(const std::vector<NamedElement>& elements);
     std::unique_ptr<CNode> MakeWrapper(ArvGcFeatureNode* node, const std::string& name);
     std::unique_ptr<CNode> MakeEnumeration(ArvGcFeatureNode* node, const std::string& name);
     CNode* Materialize(size_t index) const;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "NodeMap.h"
+#include "ZipLayout.h"
 
 namespace GenApi {
 
@@ -49,6 +50,12 @@ std::string XmlFromZip(const void* data, size_t size) {
     if (!data || size == 0) {
         throw RUNTIME_EXCEPTION("Cannot create node map: the ZIP data is empty");
     }
+    // The engine's reader follows the archive's offsets and sizes unchecked.
+    const std::string problem = ZipLayoutProblem(static_cast<const unsigned char*>(data), size);
+    if (!problem.empty()) {
+        throw RUNTIME_EXCEPTION("Cannot create node map: the ZIP data cannot be read: %s",
+                                problem.c_str());
+    }
     std::unique_ptr<ArvZip, ZipDeleter> zip(arv_zip_new(data, size));
     if (!zip) {
         throw RUNTIME_EXCEPTION("Cannot create node map: the ZIP data cannot be read");
@@ -82,7 +89,7 @@ std::string XmlFromZip(const void* data, size_t size) {
     if (!xml) {
         throw RUNTIME_EXCEPTION(
             "Cannot create node map: '%s' cannot be extracted from the ZIP data",
-            candidates.front());
+            candidates.front().c_str());
     }
     std::string text(static_cast<const char*>(xml), xmlSize);
     g_free(xml);

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <type_traits>
+
 #include "Node.h"
+#include "RegisterT.h"
 
 namespace GenApi {
 
@@ -11,6 +14,7 @@ public:
 
     gcstring GetValue(bool Verify = false, bool IgnoreCache = false) override {
         auto lock = this->Lock();
+        RequireBoundedLength();
         this->RequireReadable(Verify);
         const char* value = this->Call(
             IgnoreCache, [this](GError** e) { return arv_gc_string_get_value(Engine(), e); });
@@ -19,6 +23,7 @@ public:
 
     void SetValue(const gcstring& Value, bool Verify = true) override {
         auto lock = this->Lock();
+        RequireBoundedLength();
         this->RequireWritable(Verify);
         if (Verify && static_cast<int64_t>(Value.size()) > GetMaxLength()) {
             throw OUT_OF_RANGE_EXCEPTION("Feature '%s': string of %zu characters exceeds %lld",
@@ -32,6 +37,8 @@ public:
     }
 
     int64_t GetMaxLength() override {
+        auto lock = this->Lock();
+        RequireBoundedLength();
         return this->Call(false,
                           [this](GError** e) { return arv_gc_string_get_max_length(Engine(), e); });
     }
@@ -45,6 +52,13 @@ public:
     }
 
 private:
+    // A string register is read and written whole.
+    void RequireBoundedLength() {
+        if constexpr (std::is_base_of_v<IRegister, Base>) {
+            Base::RequireBoundedLength();
+        }
+    }
+
     ArvGcString* Engine() const { return ARV_GC_STRING(this->EngineNode()); }
 };
 
