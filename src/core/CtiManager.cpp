@@ -128,9 +128,9 @@ CCti* CCtiManager::GetCtiModule(const std::string& key, const std::string& path,
     if (m_failedCtis.count(key) != 0) {
         return nullptr;
     }
-    // Beside the library the binding is given the bare name and adds the
-    // folder itself; elsewhere it gets the full path.
-    auto cti = std::make_unique<CCti>(fromVariable ? key : path.substr(path.rfind('/') + 1));
+    // The key is what the binding needs: beside the library the bare name (it
+    // adds the folder itself), elsewhere the full path.
+    auto cti = std::make_unique<CCti>(key);
     const bool loaded = cti->Load();
     ProducerReport report = LoadReport(*cti, path, fromVariable, loaded);
     LogReport(report);
@@ -151,15 +151,24 @@ void CCtiManager::NoteSkipped(const ProducerCandidate& candidate) {
     }
 }
 
-std::vector<CCti*> CCtiManager::LoadAllProducers() {
+std::vector<CCti*> CCtiManager::LoadAllProducers(std::list<ProducerReport>* reports) {
     std::vector<CCti*> producers;
     for (const ProducerCandidate& candidate : CProducerSearch::Find(GetModulePath())) {
         if (!candidate.skipReason.empty()) {
             NoteSkipped(candidate);
+            if (reports != nullptr) {
+                reports->push_back(SkippedReport(candidate));
+            }
             continue;
         }
         if (CCti* cti = GetCtiModule(candidate.key, candidate.path, candidate.fromVariable)) {
             producers.push_back(cti);
+        }
+        if (reports != nullptr) {
+            std::lock_guard<std::mutex> guard(m_lock);
+            if (const auto it = m_reports.find(candidate.key); it != m_reports.end()) {
+                reports->push_back(it->second);
+            }
         }
     }
     return producers;
@@ -167,18 +176,7 @@ std::vector<CCti*> CCtiManager::LoadAllProducers() {
 
 std::list<ProducerReport> CCtiManager::GetProducerReports() {
     std::list<ProducerReport> reports;
-    for (const ProducerCandidate& candidate : CProducerSearch::Find(GetModulePath())) {
-        if (!candidate.skipReason.empty()) {
-            NoteSkipped(candidate);
-            reports.push_back(SkippedReport(candidate));
-            continue;
-        }
-        GetCtiModule(candidate.key, candidate.path, candidate.fromVariable);
-        std::lock_guard<std::mutex> guard(m_lock);
-        if (const auto it = m_reports.find(candidate.key); it != m_reports.end()) {
-            reports.push_back(it->second);
-        }
-    }
+    LoadAllProducers(&reports);
     return reports;
 }
 

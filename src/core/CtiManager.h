@@ -44,8 +44,9 @@ public:
     ICamera* CreateCamera(const std::string& serialNumber);
 
 private:
-    // Every producer to discover: the library's folder, then the variable's.
-    std::vector<CCti*> LoadAllProducers();
+    // Every producer to discover: the library's folder, then the variable's;
+    // with `reports`, the report of each file considered, in that order.
+    std::vector<CCti*> LoadAllProducers(std::list<ProducerReport>* reports = nullptr);
     CCti* GetCtiModule(const std::string& key, const std::string& path, bool fromVariable);
     void NoteSkipped(const ProducerCandidate& candidate);
 

@@ -72,14 +72,26 @@ std::string CProducerSearch::RealPath(const std::string& path) {
 }
 
 std::vector<std::string> CProducerSearch::LibraryFolderNames(const std::string& folder) {
+    return ScanLibraryFolder(folder, nullptr);
+}
+
+// One pass over the library's folder: the producers in directory order and,
+// when asked for, the links with a producer's name.
+std::vector<std::string> CProducerSearch::ScanLibraryFolder(const std::string& folder,
+                                                            std::vector<std::string>* links) {
     std::vector<std::string> names;
     DIR* dir = opendir(folder.c_str());
     if (dir == nullptr) {
         return names;
     }
     while (const dirent* entry = readdir(dir)) {
-        if (entry->d_type == DT_REG && HasProducerSuffix(entry->d_name)) {
+        if (!HasProducerSuffix(entry->d_name)) {
+            continue;
+        }
+        if (entry->d_type == DT_REG) {
             names.emplace_back(entry->d_name);
+        } else if (entry->d_type == DT_LNK && links != nullptr) {
+            links->emplace_back(entry->d_name);
         }
     }
     closedir(dir);
@@ -89,23 +101,19 @@ std::vector<std::string> CProducerSearch::LibraryFolderNames(const std::string& 
 std::vector<ProducerCandidate> CProducerSearch::Find(const std::string& libraryFolder) {
     std::vector<ProducerCandidate> found;
     std::set<std::string> seen;  // real paths already taken
-    for (const std::string& name : LibraryFolderNames(libraryFolder)) {
+    std::vector<std::string> links;
+    for (const std::string& name : ScanLibraryFolder(libraryFolder, &links)) {
         const std::string path = Joined(libraryFolder, name);
         seen.insert(RealPath(path));
         found.push_back({name, path, false, {}});
     }
     // Links beside the library are not loaded (the folder holds the files
     // that ship with it); they are reported so that nobody wonders.
-    if (DIR* dir = opendir(libraryFolder.c_str())) {
-        while (const dirent* entry = readdir(dir)) {
-            if (entry->d_type == DT_LNK && HasProducerSuffix(entry->d_name)) {
-                found.push_back({entry->d_name, Joined(libraryFolder, entry->d_name), false,
-                                 std::string("a symbolic link beside the library is not loaded; "
-                                             "name its target in ") +
-                                     kVariable + " instead"});
-            }
-        }
-        closedir(dir);
+    for (const std::string& name : links) {
+        found.push_back({name, Joined(libraryFolder, name), false,
+                         std::string("a symbolic link beside the library is not loaded; "
+                                     "name its target in ") +
+                             kVariable + " instead"});
     }
     for (const std::string& entry : SplitVariable(std::getenv(kVariable))) {
         struct stat info {};

@@ -30,6 +30,10 @@ public:
     // The file's canonical path, or empty when it cannot be resolved.
     static std::string RealPath(const std::string& path);
     static bool HasProducerSuffix(const std::string& name);
+
+private:
+    static std::vector<std::string> ScanLibraryFolder(const std::string& folder,
+                                                      std::vector<std::string>* links);
 };
 
 }  // namespace VEXOGENICAM
