@@ -11,18 +11,9 @@ using namespace VEXOGENICAM;
 using camera_test::AnnouncedBuffers;
 using camera_test::Config;
 using camera_test::Device;
+using camera_test::OpenCamera;
 using camera_test::Session;
 using camera_test::SetFeature;
-
-namespace {
-
-ICamera* OpenCamera(const Session& session) {
-    ICamera* camera = session.Camera();
-    EXPECT_EQ(camera->Open(DEVICE_OPEN_MODE_CONTROL), 0);
-    return camera;
-}
-
-}  // namespace
 
 TEST(CameraGrabTest, OneByOneDeliversEveryFrameInOrderWithItsMetadata) {
     CAMERA_SCENARIO();

@@ -101,6 +101,13 @@ public:
     std::list<VEXOGENICAM::ICameraInfo*> infos;
 };
 
+// The session's camera, opened for control (a failed open fails the test).
+inline VEXOGENICAM::ICamera* OpenCamera(const Session& session) {
+    VEXOGENICAM::ICamera* camera = session.Camera();
+    EXPECT_EQ(camera->Open(VEXOGENICAM::DEVICE_OPEN_MODE_CONTROL), 0);
+    return camera;
+}
+
 inline GenApi::INodeMap* RemoteMap(VEXOGENICAM::ICamera* camera) {
     auto* xml = camera->GetRMXml();
     return xml != nullptr ? xml->GetNodeMap() : nullptr;

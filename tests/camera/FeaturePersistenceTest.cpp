@@ -9,6 +9,7 @@
 using namespace VEXOGENICAM;
 using camera_test::Config;
 using camera_test::Device;
+using camera_test::OpenCamera;
 using camera_test::RemoteMap;
 using camera_test::Session;
 using camera_test::SetFeature;
@@ -18,12 +19,6 @@ namespace {
 std::string Get(ICamera* camera, const char* name) {
     GenApi::CValuePtr node = RemoteMap(camera)->GetNode(name);
     return node.IsValid() ? node->ToString().str() : "<missing>";
-}
-
-ICamera* OpenCamera(const Session& session) {
-    ICamera* camera = session.Camera();
-    EXPECT_EQ(camera->Open(DEVICE_OPEN_MODE_CONTROL), 0);
-    return camera;
 }
 
 }  // namespace

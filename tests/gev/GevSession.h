@@ -17,6 +17,9 @@ namespace lumo_gev {
 
 using namespace GenTL;
 
+// A raw GenTL session on LumoGev.cti. Its Open() runs GigE Vision discovery, so
+// make one only after LUMO_REQUIRE_LOOPBACK_ONLY() passed, inside the private
+// network namespace that run-in-netns.sh makes (loopback only).
 class GevSession {
     ScenarioDir dir_;  // first: the copy of the producer must exist before it is loaded
 
