@@ -6,35 +6,74 @@
 #include <stdexcept>
 #include <string>
 
-#define LUMO_GENTL_FUNCTIONS(X)                                                                   \
-    X(GCGetInfo)                                                                                  \
-    X(GCGetLastError)                                                                             \
-    X(GCInitLib)                                                                                  \
-    X(GCCloseLib)                                                                                 \
-    X(GCReadPort)                                                                                 \
-    X(GCWritePort)                                                                                \
-    X(GCGetPortURL)                                                                               \
-    X(GCGetPortInfo)                                                                              \
-    X(GCRegisterEvent)                                                                            \
-    X(GCUnregisterEvent) X(EventGetData) X(EventGetDataInfo) X(EventGetInfo) X(EventFlush)        \
-        X(EventKill) X(GCGetNumPortURLs) X(GCGetPortURLInfo) X(GCReadPortStacked) X(              \
-            GCWritePortStacked) X(TLOpen) X(TLClose) X(TLGetInfo) X(TLGetNumInterfaces)           \
-            X(TLGetInterfaceID) X(TLGetInterfaceInfo) X(TLOpenInterface) X(TLUpdateInterfaceList) \
-                X(IFClose) X(IFGetInfo) X(IFGetNumDevices) X(IFGetDeviceID) X(IFUpdateDeviceList) \
-                    X(IFGetDeviceInfo) X(IFOpenDevice) X(IFGetParentTL) X(DevGetPort)             \
-                        X(DevGetNumDataStreams) X(DevGetDataStreamID) X(DevOpenDataStream)        \
-                            X(DevGetInfo) X(DevClose) X(DevGetParentIF) X(DSAnnounceBuffer)       \
-                                X(DSAllocAndAnnounceBuffer) X(DSFlushQueue) X(DSStartAcquisition) \
-                                    X(DSStopAcquisition) X(DSGetInfo) X(DSGetBufferID) X(DSClose) \
-                                        X(DSRevokeBuffer) X(DSQueueBuffer) X(DSGetBufferInfo)     \
-                                            X(DSGetBufferChunkData) X(DSGetParentDev)             \
-                                                X(DSGetNumBufferParts) X(DSGetBufferPartInfo)     \
-                                                    X(DSAnnounceCompositeBuffer)                  \
-                                                        X(DSGetBufferInfoStacked)                 \
-                                                            X(DSGetBufferPartInfoStacked)         \
-                                                                X(DSGetNumFlows) X(DSGetFlowInfo) \
-                                                                    X(DSGetNumBufferSegments)     \
-                                                                        X(DSGetBufferSegmentInfo)
+// One entry per line, kept so by hand: clang-format reflows long macro lists differently each run.
+// clang-format off
+#define LUMO_GENTL_FUNCTIONS(X) \
+    X(GCGetInfo) \
+    X(GCGetLastError) \
+    X(GCInitLib) \
+    X(GCCloseLib) \
+    X(GCReadPort) \
+    X(GCWritePort) \
+    X(GCGetPortURL) \
+    X(GCGetPortInfo) \
+    X(GCRegisterEvent) \
+    X(GCUnregisterEvent) \
+    X(EventGetData) \
+    X(EventGetDataInfo) \
+    X(EventGetInfo) \
+    X(EventFlush) \
+    X(EventKill) \
+    X(GCGetNumPortURLs) \
+    X(GCGetPortURLInfo) \
+    X(GCReadPortStacked) \
+    X(GCWritePortStacked) \
+    X(TLOpen) \
+    X(TLClose) \
+    X(TLGetInfo) \
+    X(TLGetNumInterfaces) \
+    X(TLGetInterfaceID) \
+    X(TLGetInterfaceInfo) \
+    X(TLOpenInterface) \
+    X(TLUpdateInterfaceList) \
+    X(IFClose) \
+    X(IFGetInfo) \
+    X(IFGetNumDevices) \
+    X(IFGetDeviceID) \
+    X(IFUpdateDeviceList) \
+    X(IFGetDeviceInfo) \
+    X(IFOpenDevice) \
+    X(IFGetParentTL) \
+    X(DevGetPort) \
+    X(DevGetNumDataStreams) \
+    X(DevGetDataStreamID) \
+    X(DevOpenDataStream) \
+    X(DevGetInfo) \
+    X(DevClose) \
+    X(DevGetParentIF) \
+    X(DSAnnounceBuffer) \
+    X(DSAllocAndAnnounceBuffer) \
+    X(DSFlushQueue) \
+    X(DSStartAcquisition) \
+    X(DSStopAcquisition) \
+    X(DSGetInfo) \
+    X(DSGetBufferID) \
+    X(DSClose) \
+    X(DSRevokeBuffer) \
+    X(DSQueueBuffer) \
+    X(DSGetBufferInfo) \
+    X(DSGetBufferChunkData) \
+    X(DSGetParentDev) \
+    X(DSGetNumBufferParts) \
+    X(DSGetBufferPartInfo) \
+    X(DSAnnounceCompositeBuffer) \
+    X(DSGetBufferInfoStacked) \
+    X(DSGetBufferPartInfoStacked) \
+    X(DSGetNumFlows) \
+    X(DSGetFlowInfo) \
+    X(DSGetNumBufferSegments) \
+    X(DSGetBufferSegmentInfo)
+// clang-format on
 
 // Loads a GenTL producer file and binds every GenTL entry point by name. Entry points the file
 // does not export stay null. The file is unloaded when the object goes away.
