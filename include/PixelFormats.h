@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "LumoExport.h"
+
 // PFNC codes of the pixel formats the conversion subsystem recognises. Formats
 // travel as plain 64-bit integers, exactly as the camera reports them.
 namespace VEXOGENICAM {
@@ -77,5 +79,12 @@ inline constexpr std::uint64_t PF_RGB8 = 0x02180014;
 inline constexpr std::uint64_t PF_BGR8 = 0x02180015;
 inline constexpr std::uint64_t PF_YUV8_UYV = 0x02180020;
 inline constexpr std::uint64_t PF_YCbCr709_8_CbYCr = 0x02180040;
+
+// The PFNC name of a code listed above ("BayerRG12p"), or nullptr for any other
+// code. The pointer is to static storage.
+LUMO_API const char* PixelFormatName(std::uint64_t code);
+
+// The code of a PFNC name listed above, or 0 when the name is not one of them.
+LUMO_API std::uint64_t PixelFormatCode(const char* name);
 
 }  // namespace VEXOGENICAM
