@@ -269,11 +269,12 @@ bool Config::Parse(const std::string& text, Config& out, std::string& error) {
         Config c;
         CheckKeys(j, "",
                   {"vendor", "model", "version", "tlType", "systemXml", "interfaces", "faults",
-                   "events"});
+                   "events", "stateFile"});
         Get(j, "vendor", "", c.vendor);
         Get(j, "model", "", c.model);
         Get(j, "version", "", c.version);
         Get(j, "tlType", "", c.tlType);
+        Get(j, "stateFile", "", c.stateFile);
         if (j.contains("systemXml"))
             ParseDescription(j.at("systemXml"), "systemXml", c.systemXml);
         if (j.contains("interfaces")) {

@@ -83,6 +83,7 @@ struct Config {
     uint64_t remoteEventEvery = 0;
     uint64_t moduleEventEvery = 0;
     bool errorOnIncomplete = false;
+    std::string stateFile;  // settings kept across processes; empty: none (LUMOSIM_STATE wins)
 
     // The built-in camera: one interface with one GigE Vision colour camera.
     static Config Default();

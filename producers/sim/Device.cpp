@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "Producer.h"
+#include "SettingsMemory.h"
 #include "XmlBuilder.h"
 
 namespace LumoSim {
@@ -29,6 +30,16 @@ const char* SfncType(const std::string& tl) {
 uint32_t Ipv4(const std::string& dotted) {
     in_addr a{};
     return inet_pton(AF_INET, dotted.c_str(), &a) == 1 ? ntohl(a.s_addr) : 0;
+}
+
+CSettingsMemory Memory() {
+    const CProducer* prod = Current();
+    return CSettingsMemory(CSettingsMemory::Path(prod != nullptr ? prod->config.stateFile : ""));
+}
+
+// Settings are remembered per serial number, or per ID for a camera without one.
+std::string MemoryKey(const DeviceConfig& cfg) {
+    return cfg.serial.empty() ? cfg.id : cfg.serial;
 }
 
 }  // namespace
@@ -69,9 +80,15 @@ CDevice::CDevice(CInterface& p, const DeviceConfig& c) : parent(p), cfg(c) {
     for (uint32_t i = 0; i < cfg.streams; ++i) {
         streams.push_back(nullptr);
     }
+    Memory().Restore(MemoryKey(cfg), camera->regs);
 }
 
-CDevice::~CDevice() = default;
+CDevice::~CDevice() {
+    // A read-only open cannot have changed anything, and a dropped device
+    // answers nothing more.
+    if (openFlags != GenTL::DEVICE_ACCESS_READONLY && !dropped)
+        Memory().Store(MemoryKey(cfg), camera->regs);
+}
 
 std::vector<std::string> CDevice::StreamIds() const {
     std::vector<std::string> ids;
@@ -129,6 +146,13 @@ void CDevice::BuildDeviceModule() {
         x.Int("GevDeviceSubnetMask", 0x224, 4, Ipv4(cfg.gevAddr[1]), false, {0, UINT32_MAX, 1, {}});
         x.Int("GevDeviceGateway", 0x228, 4, Ipv4(cfg.gevAddr[2]), false, {0, UINT32_MAX, 1, {}});
     }
+    x.Category("DeviceInformation",
+               {"DeviceID", "DeviceVendorName", "DeviceModelName", "DeviceSerialNumber",
+                "DeviceUserID", "DeviceVersion", "DeviceDisplayName", "DeviceType",
+                "DeviceAccessStatus", "DeviceTimestampFrequency", "DeviceEndianessMechanism"});
+    x.Category("StreamEnumeration", {"StreamSelector", "StreamID"});
+    x.Category("DeviceNetworkInformation", {"GevDeviceMACAddress", "GevDeviceIPAddress",
+                                            "GevDeviceSubnetMask", "GevDeviceGateway"});
     if (!remote) {
         BuildCamera(*this, x, true);
     }
@@ -203,7 +227,7 @@ void CDevice::BuildCamera(CModule& m, CXmlBuilder& x, bool inDeviceModule) {
         x.String("DeviceModelName", 0x68, 32, cfg.model);
         x.String("DeviceVersion", 0x88, 32, cfg.version);
         x.String("DeviceSerialNumber", 0xD8, 16, cfg.serial);
-        x.String("DeviceUserID", 0xE8, 16, cfg.userName, true);
+        x.String("DeviceUserID", CamReg::kUserId, CamReg::kUserIdLength, cfg.userName, true);
     }
     x.Int("SensorWidth", CamReg::kSensorWidth, 4, cfg.sensorWidth, false);
     x.Int("SensorHeight", CamReg::kSensorHeight, 4, cfg.sensorHeight, false);
@@ -262,6 +286,16 @@ void CDevice::BuildCamera(CModule& m, CXmlBuilder& x, bool inDeviceModule) {
                 std::memcpy(&v, b.data(), 8);
                 return v >= 0 && v <= 10000 ? 0 : GenTL::GC_ERR_INVALID_VALUE;
             });
+    const auto floatIn = [](double min, double max) {
+        return [min, max](std::vector<uint8_t>& b) {
+            double v = 0;
+            std::memcpy(&v, b.data(), 8);
+            return v >= min && v <= max ? 0 : GenTL::GC_ERR_INVALID_VALUE;
+        };
+    };
+    x.Float("ExposureTime", CamReg::kExposureTime, 10000.0, 10.0, 1000000.0,
+            floatIn(10.0, 1000000.0));
+    x.Float("Gain", CamReg::kGain, 0.0, 0.0, 24.0, floatIn(0.0, 24.0));
     x.Int("TLParamsLocked", CamReg::kTLParamsLocked, 4, 0, true, {0, 1, 1, {}},
           [](std::vector<uint8_t>& b) {
               return CRegisterSpace::ToInt(b) <= 1 ? 0 : GenTL::GC_ERR_INVALID_VALUE;
@@ -336,12 +370,22 @@ void CDevice::BuildCamera(CModule& m, CXmlBuilder& x, bool inDeviceModule) {
             {}, "TLParamsLocked");
     }
     r.Set(CamReg::kPayloadSize, PayloadSizeLocked());
+    // The tree a viewer shows: SFNC categories, nested where the standard nests them.
+    if (!inDeviceModule) {
+        x.Category("DeviceControl", {"DeviceVendorName", "DeviceModelName", "DeviceVersion",
+                                     "DeviceSerialNumber", "DeviceUserID"});
+    }
     x.Category("ImageFormatControl", {"SensorWidth", "SensorHeight", "Width", "Height", "OffsetX",
                                       "OffsetY", "PixelFormat", "pgrPixelBigEndian"});
-    x.Category("AcquisitionControl", {"AcquisitionMode", "AcquisitionStart", "AcquisitionStop",
-                                      "AcquisitionFrameRate", "TriggerMode", "TriggerSoftware"});
-    x.Category("TransportLayerControl", {"PayloadSize", "TLParamsLocked", "GevSCPSPacketSize"});
-    x.Category("ChunkDataControl", {"ChunkModeActive", "ChunkSelector", "ChunkEnable"});
+    x.Category("AcquisitionControl",
+               {"AcquisitionMode", "AcquisitionStart", "AcquisitionStop", "AcquisitionFrameRate",
+                "ExposureTime", "TriggerMode", "TriggerSoftware"});
+    x.Category("AnalogControl", {"Gain"});
+    x.Category("ChunkDataControl",
+               {"ChunkModeActive", "ChunkSelector", "ChunkEnable", "ChunkFrameID", "ChunkTimestamp",
+                "ChunkWidth", "ChunkHeight", "ChunkPixelFormat"});
+    x.Category("GigEVision", {"GevSCPSPacketSize"});
+    x.Category("TransportLayerControl", {"PayloadSize", "TLParamsLocked", "GigEVision"});
 }
 
 FrameSettings CDevice::Snapshot() {

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <sstream>
 
+#include "FeatureDocs.h"
+
 namespace LumoSim {
 namespace {
 
@@ -18,6 +20,35 @@ std::string Hex(uint64_t v) {
 // not the lock the transport layer holds during acquisition.
 std::string Streamable(const std::string& name, bool writable) {
     return writable && name != "TLParamsLocked" ? "  <Streamable>Yes</Streamable>\n" : "";
+}
+
+// The texts a viewer shows for a feature or category, in schema order.
+std::string Docs(const std::string& name) {
+    const FeatureDoc* doc = FindFeatureDoc(name);
+    if (doc == nullptr)
+        return "";
+    std::string xml;
+    const std::pair<const char*, const char*> fields[] = {{"ToolTip", doc->toolTip},
+                                                          {"Description", doc->description},
+                                                          {"DisplayName", doc->displayName}};
+    for (const auto& [tag, text] : fields) {
+        if (*text != '\0')
+            xml += std::string("  <") + tag + ">" + CXmlBuilder::Escape(text) + "</" + tag + ">\n";
+    }
+    return xml;
+}
+
+// Unit and representation of a number, after its range.
+std::string Numbers(const std::string& name) {
+    const FeatureDoc* doc = FindFeatureDoc(name);
+    if (doc == nullptr)
+        return "";
+    std::string xml;
+    if (*doc->unit != '\0')
+        xml += std::string("  <Unit>") + doc->unit + "</Unit>\n";
+    if (*doc->representation != '\0')
+        xml += std::string("  <Representation>") + doc->representation + "</Representation>\n";
+    return xml;
 }
 
 }  // namespace
@@ -53,10 +84,10 @@ void CXmlBuilder::String(const std::string& name, uint64_t addr, size_t len,
     regs_.AddString(addr, len, value, writable);
     if (!Has(name))
         return;  // the register stays, only the description omits it
-    body_ += "<StringReg Name=\"" + name + "\" NameSpace=\"Standard\">\n  <Address>" + Hex(addr) +
-             "</Address>\n  <Length>" + std::to_string(len) + "</Length>\n  <AccessMode>" +
-             (writable ? "RW" : "RO") + "</AccessMode>\n  <pPort>" + port_ +
-             "</pPort>\n  <Cachable>NoCache</Cachable>\n</StringReg>\n";
+    body_ += "<StringReg Name=\"" + name + "\" NameSpace=\"Standard\">\n" + Docs(name) +
+             "  <Address>" + Hex(addr) + "</Address>\n  <Length>" + std::to_string(len) +
+             "</Length>\n  <AccessMode>" + (writable ? "RW" : "RO") + "</AccessMode>\n  <pPort>" +
+             port_ + "</pPort>\n  <Cachable>NoCache</Cachable>\n</StringReg>\n";
     AddFeature(name);
 }
 
@@ -67,15 +98,15 @@ void CXmlBuilder::Int(const std::string& name, uint64_t addr, size_t len, int64_
                  std::move(read));
     if (!Has(name))
         return;  // the register stays, only the description omits it
-    body_ += "<Integer Name=\"" + name + "\" NameSpace=\"Standard\">\n";
+    body_ += "<Integer Name=\"" + name + "\" NameSpace=\"Standard\">\n" + Docs(name);
     if (!lockedBy.empty())
         body_ += "  <pIsLocked>" + lockedBy + "</pIsLocked>\n";
     body_ += "  <pValue>" + name + "Reg</pValue>\n";
     body_ += "  <Min>" + std::to_string(range.min) + "</Min>\n";
     body_ += range.pMax.empty() ? "  <Max>" + std::to_string(range.max) + "</Max>\n"
                                 : "  <pMax>" + range.pMax + "</pMax>\n";
-    body_ += "  <Inc>" + std::to_string(range.inc) + "</Inc>\n" + Streamable(name, writable) +
-             "</Integer>\n";
+    body_ += "  <Inc>" + std::to_string(range.inc) + "</Inc>\n" + Numbers(name) +
+             Streamable(name, writable) + "</Integer>\n";
     body_ += "<IntReg Name=\"" + name + "Reg\">\n  <Address>" + Hex(addr) +
              "</Address>\n  <Length>" + std::to_string(len) + "</Length>\n  <AccessMode>" +
              (writable ? "RW" : "RO") + "</AccessMode>\n  <pPort>" + port_ +
@@ -91,7 +122,7 @@ void CXmlBuilder::Enum(const std::string& name, uint64_t addr, const Entries& en
     regs_.AddInt(addr, 4, static_cast<uint64_t>(value), writable, std::move(hook), std::move(read));
     if (!Has(name))
         return;  // the register stays, only the description omits it
-    body_ += "<Enumeration Name=\"" + name + "\" NameSpace=\"Standard\">\n";
+    body_ += "<Enumeration Name=\"" + name + "\" NameSpace=\"Standard\">\n" + Docs(name);
     if (!lockedBy.empty())
         body_ += "  <pIsLocked>" + lockedBy + "</pIsLocked>\n";
     for (const auto& [entry, v] : entries) {
@@ -113,7 +144,7 @@ void CXmlBuilder::Bool(const std::string& name, uint64_t addr, bool value, bool 
     regs_.AddInt(addr, 4, value ? 1 : 0, writable, std::move(hook), std::move(read));
     if (!Has(name))
         return;  // the register stays, only the description omits it
-    body_ += "<Boolean Name=\"" + name + "\">\n  <pValue>" + name +
+    body_ += "<Boolean Name=\"" + name + "\">\n" + Docs(name) + "  <pValue>" + name +
              "Reg</pValue>\n  <OnValue>1</OnValue>\n  <OffValue>0</OffValue>\n" +
              Streamable(name, writable) + "</Boolean>\n";
     body_ += "<IntReg Name=\"" + name + "Reg\">\n  <Address>" + Hex(addr) +
@@ -128,8 +159,8 @@ void CXmlBuilder::Command(const std::string& name, uint64_t addr, CRegisterSpace
     regs_.Add(addr, std::vector<uint8_t>(4, 0), false, true, std::move(hook));
     if (!Has(name))
         return;  // the register stays, only the description omits it
-    body_ += "<Command Name=\"" + name + "\" NameSpace=\"Standard\">\n  <pValue>" + name +
-             "Reg</pValue>\n  <CommandValue>1</CommandValue>\n</Command>\n";
+    body_ += "<Command Name=\"" + name + "\" NameSpace=\"Standard\">\n" + Docs(name) +
+             "  <pValue>" + name + "Reg</pValue>\n  <CommandValue>1</CommandValue>\n</Command>\n";
     body_ += "<IntReg Name=\"" + name + "Reg\">\n  <Address>" + Hex(addr) +
              "</Address>\n  <Length>4</Length>\n  <AccessMode>WO</AccessMode>\n  <pPort>" + port_ +
              "</pPort>\n  <Cachable>NoCache</Cachable>\n  <Sign>Unsigned</Sign>\n  "
@@ -144,9 +175,10 @@ void CXmlBuilder::Float(const std::string& name, uint64_t addr, double value, do
     regs_.Add(addr, std::move(bytes), true, true, std::move(hook));
     if (!Has(name))
         return;  // the register stays, only the description omits it
-    body_ += "<Float Name=\"" + name + "\" NameSpace=\"Standard\">\n  <pValue>" + name +
-             "Reg</pValue>\n  <Min>" + std::to_string(min) + "</Min>\n  <Max>" +
-             std::to_string(max) + "</Max>\n" + Streamable(name, true) + "</Float>\n";
+    body_ += "<Float Name=\"" + name + "\" NameSpace=\"Standard\">\n" + Docs(name) + "  <pValue>" +
+             name + "Reg</pValue>\n  <Min>" + std::to_string(min) + "</Min>\n  <Max>" +
+             std::to_string(max) + "</Max>\n" + Numbers(name) + Streamable(name, true) +
+             "</Float>\n";
     body_ += "<FloatReg Name=\"" + name + "Reg\">\n  <Address>" + Hex(addr) +
              "</Address>\n  <Length>8</Length>\n  <AccessMode>RW</AccessMode>\n  <pPort>" + port_ +
              "</pPort>\n  <Cachable>NoCache</Cachable>\n  "
@@ -209,22 +241,34 @@ void CXmlBuilder::ChunkInt(const std::string& name, uint64_t chunkId) {
     if (!Has(name))
         return;  // the register stays, only the description omits it
     body_ += "<Port Name=\"" + name + "Port\">\n  <ChunkID>" + id.str() + "</ChunkID>\n</Port>\n";
-    body_ += "<IntReg Name=\"" + name +
-             "\" NameSpace=\"Standard\">\n  <Address>0x0</Address>\n  "
+    body_ += "<IntReg Name=\"" + name + "\" NameSpace=\"Standard\">\n" + Docs(name) +
+             "  <Address>0x0</Address>\n  "
              "<Length>8</Length>\n  <AccessMode>RO</AccessMode>\n  <pPort>" +
              name +
              "Port</pPort>\n  <Cachable>NoCache</Cachable>\n  <Sign>Unsigned</Sign>\n  "
-             "<Endianess>LittleEndian</Endianess>\n</IntReg>\n";
+             "<Endianess>LittleEndian</Endianess>\n" +
+             Numbers(name) + "</IntReg>\n";
     AddFeature(name);
 }
 
 void CXmlBuilder::Category(const std::string& name, const std::vector<std::string>& features) {
-    body_ += "<Category Name=\"" + name + "\" NameSpace=\"Standard\">\n";
+    // Only what exists is listed, and a category with nothing in it is left out.
+    std::vector<std::string> present;
     for (const auto& f : features) {
-        if (Has(f))
-            body_ += "  <pFeature>" + f + "</pFeature>\n";
+        const bool added = std::find(features_.begin(), features_.end(), f) != features_.end();
+        if (Has(f) && (added || categories_.count(f)))
+            present.push_back(f);
+    }
+    if (present.empty())
+        return;
+    body_ += "<Category Name=\"" + name + "\" NameSpace=\"Standard\">\n" + Docs(name);
+    for (const auto& f : present) {
+        body_ += "  <pFeature>" + f + "</pFeature>\n";
+        categorised_.insert(f);
     }
     body_ += "</Category>\n";
+    categories_.insert(name);
+    categoryOrder_.push_back(name);
 }
 
 void CXmlBuilder::Raw(const std::string& feature, const std::string& xml) {
@@ -254,9 +298,16 @@ std::string CXmlBuilder::Finish(const std::string& vendor, const std::string& mo
         "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
         "xsi:schemaLocation=\"http://www.genicam.org/GenApi/Version_1_1 "
         "http://www.genicam.org/GenApi/GenApiSchema_Version_1_1.xsd\">\n";
+    // Root holds the categories no other category holds, then the features no
+    // category holds, so that every feature is reachable from it.
     xml += "<Category Name=\"Root\" NameSpace=\"Standard\">\n";
+    for (const auto& c : categoryOrder_) {
+        if (!categorised_.count(c))
+            xml += "  <pFeature>" + c + "</pFeature>\n";
+    }
     for (const auto& f : features_) {
-        xml += "  <pFeature>" + f + "</pFeature>\n";
+        if (!categorised_.count(f))
+            xml += "  <pFeature>" + f + "</pFeature>\n";
     }
     xml += "</Category>\n" + body_ + "<Port Name=\"" + port_ + "\" NameSpace=\"Standard\"/>\n";
     xml += "</RegisterDescription>\n";

@@ -51,6 +51,8 @@ public:
                     const std::vector<std::pair<std::string, std::string>>& vars,
                     const std::string& formula);
     void ChunkInt(const std::string& name, uint64_t chunkId);
+    // Lists the features (or categories made before) that exist; Root then
+    // holds the categories and features that no category holds.
     void Category(const std::string& name, const std::vector<std::string>& features);
     // Hand-written nodes; `feature` (if not empty) is listed under Root.
     void Raw(const std::string& feature, const std::string& xml);
@@ -66,6 +68,9 @@ private:
     std::string port_;
     std::set<std::string> omitted_;
     std::vector<std::string> features_;
+    std::set<std::string> categories_;  // emitted categories
+    std::vector<std::string> categoryOrder_;
+    std::set<std::string> categorised_;  // features and categories inside a category
     std::string body_;
 };
 

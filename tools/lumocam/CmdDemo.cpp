@@ -10,6 +10,7 @@
 #include "Commands.h"
 #include "ExitCodes.h"
 #include "Features.h"
+#include "FrameSaver.h"
 #include "Grabber.h"
 #include "Session.h"
 #include "Signals.h"
@@ -171,23 +172,24 @@ std::filesystem::path SaveOne(ICamera* camera, GenApi::INodeMap& remote, const s
     IImage* raw = nullptr;
     const int rc = camera->GrabImage(&raw, 5000);
     ImagePtr image(raw);
-    const auto before = std::chrono::steady_clock::now();
-    const bool saved = rc == 0 && image && image->GetImageData() != nullptr;
-    const double ms =
-        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - before)
-            .count();
     const auto path = dir / file;
-    if (saved) {
-        SavePng(image.get(), path);
-        std::printf("   %-14s -> %-6s %s  (%zux%zu, converted in %.2f ms)\n", format.c_str(),
-                    image->GetImageChannel() == 1 ? "mono" : "colour", path.string().c_str(),
-                    image->GetImageWidth(), image->GetImageHeight(), ms);
+    std::string problem = "no frame (code " + std::to_string(rc) + ")";
+    if (rc == 0 && image) {
+        const auto before = std::chrono::steady_clock::now();
+        problem = FrameSaver(image->GetPixelFormat(), 8).Save(*image, path);
+        const double ms =
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - before)
+                .count();
+        if (problem.empty()) {
+            std::printf("   %-14s -> %-6s %s  (%zux%zu, converted and written in %.2f ms)\n",
+                        format.c_str(), format.rfind("Mono", 0) == 0 ? "mono" : "colour",
+                        path.string().c_str(), image->GetImageWidth(), image->GetImageHeight(), ms);
+        }
     }
     image.reset();
     camera->StopGrab();
-    if (!saved) {
-        throw ToolError(kExitFailure,
-                        "no convertible " + format + " frame (code " + std::to_string(rc) + ")");
+    if (!problem.empty()) {
+        throw ToolError(kExitFailure, "cannot save a " + format + " frame: " + problem);
     }
     return path;
 }

@@ -1,7 +1,9 @@
 #include <iostream>
 
+#include "Assignments.h"
 #include "Commands.h"
 #include "ExitCodes.h"
+#include "FeatureDescription.h"
 #include "Features.h"
 #include "Session.h"
 
@@ -13,30 +15,34 @@ int RunGet(const FeatureOptions& options) {
     const Module module = ParseModule(options.module);
     Library library;
     CameraRecords records(Discovery(nullptr));
-    ICameraInfo* info = records.Select(options.camera);
-    CameraPtr camera;
-    try {
-        camera = OpenCamera(info, DEVICE_OPEN_MODE_READONLY);
-    } catch (const ToolError&) {
-        camera = OpenCamera(info, DEVICE_OPEN_MODE_CONTROL);
-    }
+    CameraPtr camera = OpenForReading(records.Select(options.camera));
     std::cout << ReadFeature(ModuleNodeMap(camera.get(), module), options.feature) << "\n";
     return 0;
 }
 
-int RunSet(const FeatureOptions& options) {
+int RunDescribe(const FeatureOptions& options) {
     const Module module = ParseModule(options.module);
     Library library;
     CameraRecords records(Discovery(nullptr));
-    CameraPtr camera = OpenCamera(records.Select(options.camera), DEVICE_OPEN_MODE_CONTROL);
-    GenApi::INodeMap& map = ModuleNodeMap(camera.get(), module);
-    const bool isCommand =
-        RequireFeature(map, options.feature)->GetPrincipalInterfaceType() == GenApi::intfICommand;
-    if (!options.value && !isCommand) {
-        throw ToolError(kExitUsage, "set " + options.feature + " needs a value");
+    CameraPtr camera = OpenForReading(records.Select(options.camera));
+    const FeatureDescription description =
+        DescribeFeature(RequireFeature(ModuleNodeMap(camera.get(), module), options.feature));
+    if (options.json) {
+        std::cout << DescriptionJson(description);
+    } else {
+        PrintDescription(std::cout, description);
     }
-    const std::string written = WriteFeature(map, options.feature, options.value.value_or("exec"));
-    std::cout << options.feature << " = " << written << "\n";
+    return 0;
+}
+
+int RunSet(const SetOptions& options) {
+    const Module module = ParseModule(options.module);
+    // Parsed first: a malformed list changes nothing on the camera.
+    const std::vector<Assignment> assignments = ParseAssignments(options.assignments);
+    Library library;
+    CameraRecords records(Discovery(nullptr));
+    CameraPtr camera = OpenCamera(records.Select(options.camera), DEVICE_OPEN_MODE_CONTROL);
+    ApplyAssignments(ModuleNodeMap(camera.get(), module), assignments, &std::cout);
     return 0;
 }
 

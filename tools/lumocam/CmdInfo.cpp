@@ -1,9 +1,12 @@
 #include <cstdio>
 #include <iostream>
+#include <set>
+#include <sstream>
 
 #include "Commands.h"
 #include "ExitCodes.h"
 #include "Features.h"
+#include "Json.h"
 #include "Session.h"
 
 namespace lumocam {
@@ -63,6 +66,103 @@ void PrintDescriptionFiles(ICamera* camera) {
     }
 }
 
+void JsonField(std::ostream& out, const char* key, const std::string& value) {
+    out << ", " << JsonString(key) << ": " << JsonString(value);
+}
+
+void RecordJson(std::ostream& out, ICameraInfo* info) {
+    out << "{\"tlType\": " << JsonString(TlTypeName(info->GetTLType()));
+    JsonField(out, "vendor", Text(info->GetManufacture()));
+    JsonField(out, "model", Text(info->GetModel()));
+    JsonField(out, "serial", Text(info->GetSN()));
+    JsonField(out, "userName", Text(info->GetUserDefineName()));
+    JsonField(out, "displayName", Text(info->GetDisplayName()));
+    JsonField(out, "id", Text(info->GetID()));
+    JsonField(out, "version", Text(info->GetVersion()));
+    JsonField(out, "accessStatus", AccessStatusName(info->GetAccessStatus()));
+    out << ", \"timestampFrequency\": " << info->GetTimestampFrequency();
+    const struct {
+        EX_INFOID id;
+        const char* key;
+    } network[] = {{EX_INFO_IP, "ip"},
+                   {EX_INFO_MAC, "mac"},
+                   {EX_INFO_NET_ADDR_3, "subnetMask"},
+                   {EX_INFO_NET_ADDR_4, "gateway"}};
+    for (const auto& item : network) {
+        if (const char* value = info->GetExInfo(item.id)) {
+            JsonField(out, item.key, value);
+        }
+    }
+    out << "}";
+}
+
+void DescriptionFilesJson(std::ostream& out, ICamera* camera) {
+    out << "[";
+    const char* separator = "";
+    for (Module module :
+         {Module::System, Module::Interface, Module::Device, Module::Remote, Module::Stream}) {
+        IXml* xml = ModuleXml(camera, module);
+        const std::string name = xml != nullptr ? xml->GetFileName() : "";
+        out << separator << "{\"module\": " << JsonString(ModuleName(module));
+        if (!name.empty()) {
+            JsonField(out, "file", name);
+            JsonField(out, "suffix", xml->GetFileSuffix());
+            out << ", \"bytes\": " << xml->GetFileContent().size();
+        }
+        out << "}";
+        separator = ", ";
+    }
+    out << "]";
+}
+
+void NodeJson(std::ostream& out, GenApi::INode* node, std::set<GenApi::INode*>& seen) {
+    out << "{\"name\": " << JsonString(node->GetName().str());
+    JsonField(out, "type", InterfaceTypeName(node->GetPrincipalInterfaceType()));
+    if (GenApi::CCategoryPtr category = GenApi::CCategoryPtr(node)) {
+        out << ", \"features\": [";
+        GenApi::FeatureList_t children;
+        category->GetFeatures(children);
+        const char* separator = "";
+        for (GenApi::IValue* child : children) {
+            // A feature listed in two categories is given once.
+            if (seen.insert(child->GetNode()).second) {
+                out << separator;
+                NodeJson(out, child->GetNode(), seen);
+                separator = ", ";
+            }
+        }
+        out << "]}";
+        return;
+    }
+    JsonField(out, "value", DisplayValue(node));
+    JsonField(out, "access", AccessModeName(node->GetAccessMode()));
+    const std::string unit = FeatureUnit(node);
+    if (!unit.empty()) {
+        JsonField(out, "unit", unit);
+    }
+    out << "}";
+}
+
+void PrintInfoJson(ICameraInfo* info, ICamera* camera, Module module) {
+    std::ostringstream out;
+    out << "{\"device\": ";
+    RecordJson(out, info);
+    out << ", \"descriptionFiles\": ";
+    DescriptionFilesJson(out, camera);
+    out << ", \"module\": " << JsonString(ModuleName(module)) << ", \"features\": ";
+    GenApi::INodeMap& map = ModuleNodeMap(camera, module);
+    std::set<GenApi::INode*> seen;
+    GenApi::INode* root = map.GetNode("Root");
+    if (root != nullptr && GenApi::CCategoryPtr(root)) {
+        seen.insert(root);
+        NodeJson(out, root, seen);
+    } else {
+        out << "null";
+    }
+    out << "}\n";
+    std::cout << out.str();
+}
+
 }  // namespace
 
 int RunInfo(const InfoOptions& options) {
@@ -70,16 +170,13 @@ int RunInfo(const InfoOptions& options) {
     Library library;
     CameraRecords records(Discovery(nullptr));
     ICameraInfo* info = records.Select(options.camera);
-    PrintRecord(info);
-
-    // Read-only access is enough to look, and leaves the camera to others;
-    // producers that refuse it get a control open instead.
-    CameraPtr camera;
-    try {
-        camera = OpenCamera(info, DEVICE_OPEN_MODE_READONLY);
-    } catch (const ToolError&) {
-        camera = OpenCamera(info, DEVICE_OPEN_MODE_CONTROL);
+    if (options.json) {
+        CameraPtr camera = OpenForReading(info);
+        PrintInfoJson(info, camera.get(), module);
+        return 0;
     }
+    PrintRecord(info);
+    CameraPtr camera = OpenForReading(info);
     PrintDescriptionFiles(camera.get());
 
     std::printf("\nFeatures of the %s module (value, access mode, unit)\n", ModuleName(module));

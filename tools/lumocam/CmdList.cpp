@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <iostream>
 #include <sstream>
+#include <vector>
 
 #include "Commands.h"
 #include "Json.h"
@@ -16,12 +17,12 @@ std::string Text(const char* value) {
     return value != nullptr ? value : "";
 }
 
-void PrintJson(const CameraRecords& records) {
+void PrintJson(const CameraRecords& records, const std::vector<std::size_t>& shown) {
     std::ostringstream out;
     out << "[";
-    std::size_t index = 0;
-    for (ICameraInfo* info : records.All()) {
-        out << (index == 0 ? "\n" : ",\n") << "  {\"index\": " << index
+    for (std::size_t index : shown) {
+        ICameraInfo* info = records.All()[index];
+        out << (index == shown.front() ? "\n" : ",\n") << "  {\"index\": " << index
             << ", \"tlType\": " << JsonString(TlTypeName(info->GetTLType()))
             << ", \"vendor\": " << JsonString(Text(info->GetManufacture()))
             << ", \"model\": " << JsonString(Text(info->GetModel()))
@@ -36,13 +37,12 @@ void PrintJson(const CameraRecords& records) {
             out << ", \"mac\": " << JsonString(mac);
         }
         out << "}";
-        ++index;
     }
-    out << (index == 0 ? "]\n" : "\n]\n");
+    out << (shown.empty() ? "]\n" : "\n]\n");
     std::cout << out.str();
 }
 
-void PrintTable(const CameraRecords& records) {
+void PrintTable(const CameraRecords& records, const std::vector<std::size_t>& shown) {
     if (records.All().empty()) {
         // Say which producers were tried, so that a missing camera is not a mystery.
         std::cout << "No cameras found. Producers considered (beside libLumoGenICam, then "
@@ -52,8 +52,8 @@ void PrintTable(const CameraRecords& records) {
     }
     std::printf("%-3s %-5s %-14s %-18s %-14s %-12s %-18s %s\n", "#", "TL", "vendor", "model",
                 "serial", "user name", "access", "IP / MAC");
-    std::size_t index = 0;
-    for (ICameraInfo* info : records.All()) {
+    for (std::size_t index : shown) {
+        ICameraInfo* info = records.All()[index];
         std::string network;
         if (const char* ip = info->GetExInfo(EX_INFO_IP)) {
             network = ip;
@@ -61,7 +61,7 @@ void PrintTable(const CameraRecords& records) {
         if (const char* mac = info->GetExInfo(EX_INFO_MAC)) {
             network += (network.empty() ? "" : " / ") + std::string(mac);
         }
-        std::printf("%-3zu %-5s %-14s %-18s %-14s %-12s %-18s %s\n", index++,
+        std::printf("%-3zu %-5s %-14s %-18s %-14s %-12s %-18s %s\n", index,
                     TlTypeName(info->GetTLType()).c_str(), Text(info->GetManufacture()).c_str(),
                     Text(info->GetModel()).c_str(), Text(info->GetSN()).c_str(),
                     Text(info->GetUserDefineName()).c_str(),
@@ -76,16 +76,14 @@ int RunList(const ListOptions& options) {
     const unsigned long long mask = options.tlTypes.empty() ? 0 : ParseTlMask(options.tlTypes);
     Library library;
     CameraRecords records(Discovery(nullptr));
-    if (mask != 0) {
-        // Filtered per camera: DiscoveryByTLType chooses whole producers by
-        // their first interface and would hide, say, the USB cameras of a
-        // producer whose first interface is GigE Vision.
-        records.KeepTlTypes(mask);
-    }
+    // Filtered per camera: DiscoveryByTLType chooses whole producers by their
+    // first interface and would hide, say, the USB cameras of a producer whose
+    // first interface is GigE Vision.
+    const std::vector<std::size_t> shown = records.IndicesOfTlTypes(mask != 0 ? mask : ~0ULL);
     if (options.json) {
-        PrintJson(records);
+        PrintJson(records, shown);
     } else {
-        PrintTable(records);
+        PrintTable(records, shown);
     }
     return 0;
 }

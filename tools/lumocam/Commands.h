@@ -5,6 +5,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "ProducerReport.h"
 
@@ -28,25 +29,53 @@ void PrintProducerReports(const std::list<VEXOGENICAM::ProducerReport>& reports,
 struct InfoOptions {
     std::string camera;
     std::string module = "remote";  // whose feature tree is printed
+    bool json = false;
 };
 int RunInfo(const InfoOptions& options);
 
 struct FeatureOptions {
     std::string camera;
     std::string feature;
-    std::optional<std::string> value;  // set only
     std::string module = "remote";
+    bool json = false;  // describe only
 };
 int RunGet(const FeatureOptions& options);
-int RunSet(const FeatureOptions& options);
+int RunDescribe(const FeatureOptions& options);
+
+struct SetOptions {
+    std::string camera;
+    std::vector<std::string> assignments;  // NAME=VALUE..., or NAME [VALUE]
+    std::string module = "remote";
+};
+int RunSet(const SetOptions& options);
+
+struct XmlOptions {
+    std::string camera;
+    std::string module = "remote";
+    std::string outFile;  // empty: XML to stdout
+};
+int RunXml(const XmlOptions& options);
+
+// save and load: the streamable features of one node map in a text file.
+struct PersistOptions {
+    std::string camera;
+    std::string file;
+    std::string module = "remote";
+};
+int RunSave(const PersistOptions& options);
+int RunLoad(const PersistOptions& options);
 
 struct GrabOptions {
     std::string camera;
     std::uint64_t count = 10;
     std::string strategy = "one-by-one";
-    std::string pixelFormat;  // empty: keep the camera's
+    std::string pixelFormat;            // empty: keep the camera's
+    std::vector<std::string> settings;  // NAME=VALUE, applied before acquisition
     std::string saveDir;
     bool raw = false;
+    unsigned depth = 8;   // bits per PNG sample: 8, or 16 for deeper mono and raw Bayer
+    bool chunks = false;  // turn chunk data on and print it per frame
+    bool events = false;  // print the device's events per frame
     std::uint64_t timeoutMs = 5000;
 };
 int RunGrab(const GrabOptions& options);

@@ -15,7 +15,9 @@ enum ExitCode : int {
     kExitUnknownFeature = 4,  // the node map has no such feature
     kExitAccessDenied = 5,    // the feature cannot be read or written now
     kExitBadValue = 6,        // the value does not parse, is out of range or not an entry
+    kExitCameraBusy = 7,      // another application holds the camera
     kExitInterrupted = 130,   // Ctrl-C, the shell's convention for SIGINT
+    kExitTerminated = 143,    // SIGTERM, by the same convention
 };
 
 // Every failure travels to main as one of these, which prints the message and

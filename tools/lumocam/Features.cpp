@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <iomanip>
@@ -135,12 +136,42 @@ std::string Indent(int depth) {
     return std::string(static_cast<std::size_t>(depth) * 2, ' ');
 }
 
+std::string Dotted(std::int64_t value) {
+    const auto v = static_cast<std::uint64_t>(value);
+    return std::to_string((v >> 24) & 0xFF) + "." + std::to_string((v >> 16) & 0xFF) + "." +
+           std::to_string((v >> 8) & 0xFF) + "." + std::to_string(v & 0xFF);
+}
+
+std::string Mac(std::int64_t value) {
+    char text[24];
+    const auto v = static_cast<std::uint64_t>(value);
+    std::snprintf(text, sizeof text, "%02X:%02X:%02X:%02X:%02X:%02X",
+                  static_cast<unsigned>((v >> 40) & 0xFF), static_cast<unsigned>((v >> 32) & 0xFF),
+                  static_cast<unsigned>((v >> 24) & 0xFF), static_cast<unsigned>((v >> 16) & 0xFF),
+                  static_cast<unsigned>((v >> 8) & 0xFF), static_cast<unsigned>(v & 0xFF));
+    return text;
+}
+
+// The value as a person reads it: addresses in their usual notation.
+std::string ValueText(INode* node) {
+    if (CIntegerPtr integer = CIntegerPtr(node)) {
+        switch (integer->GetRepresentation()) {
+            case IPV4Address:
+                return Dotted(integer->GetValue());
+            case MACAddress:
+                return Mac(integer->GetValue());
+            default:
+                break;
+        }
+    }
+    return CValuePtr(node)->ToString(true).str();
+}
+
 void PrintNode(std::ostream& out, INode* node, int depth, std::set<INode*>& seen) {
     if (!seen.insert(node).second) {
         return;  // a feature listed in two categories is shown once
     }
-    const EInterfaceType type = node->GetPrincipalInterfaceType();
-    if (type == intfICategory) {
+    if (node->GetPrincipalInterfaceType() == intfICategory) {
         out << Indent(depth) << node->GetName().str() << "\n";
         CCategoryPtr category(node);
         FeatureList_t children;
@@ -150,21 +181,10 @@ void PrintNode(std::ostream& out, INode* node, int depth, std::set<INode*>& seen
         }
         return;
     }
-    const EAccessMode mode = node->GetAccessMode();
-    std::string value;
-    if (type == intfICommand) {
-        value = "(command)";
-    } else if (IsReadable(mode)) {
-        try {
-            value = CValuePtr(node)->ToString().str();
-        } catch (const GenICam::GenericException& e) {
-            value = std::string("<") + e.GetDescription() + ">";
-        }
-    }
     std::ostringstream line;
     line << Indent(depth) << node->GetName().str();
-    out << std::left << std::setw(40) << line.str() << " " << std::setw(24) << value << " "
-        << std::setw(2) << AccessModeName(mode);
+    out << std::left << std::setw(40) << line.str() << " " << std::setw(24) << DisplayValue(node)
+        << " " << std::setw(2) << AccessModeName(node->GetAccessMode());
     const std::string unit = FeatureUnit(node);
     if (!unit.empty()) {
         out << " " << unit;
@@ -232,6 +252,31 @@ std::string FeatureUnit(INode* node) {
     return {};
 }
 
+std::string DisplayValue(INode* node) {
+    const EInterfaceType type = node->GetPrincipalInterfaceType();
+    if (type == intfICommand) {
+        return "(command)";
+    }
+    if (type == intfICategory || type == intfIPort) {
+        return "";
+    }
+    if (!IsReadable(node)) {
+        return IsImplemented(node) ? "(not readable now)" : "(not implemented)";
+    }
+    // A table wants a short reason; `get` gives the whole message.
+    try {
+        return ValueText(node);
+    } catch (const GenICam::AccessException&) {
+        return "(not available now)";
+    } catch (const GenICam::TimeoutException&) {
+        return "(timed out)";
+    } catch (const GenICam::OutOfRangeException&) {
+        return "(invalid value)";
+    } catch (const GenICam::GenericException&) {
+        return "(read failed)";
+    }
+}
+
 std::string ReadFeature(INodeMap& map, const std::string& name) {
     INode* node = RequireFeature(map, name);
     const EInterfaceType type = node->GetPrincipalInterfaceType();
@@ -244,7 +289,7 @@ std::string ReadFeature(INodeMap& map, const std::string& name) {
         throw ToolError(kExitAccessDenied, name + " is not readable now (access mode " +
                                                AccessModeName(node->GetAccessMode()) + ")");
     }
-    return Guarded(name, [&] { return CValuePtr(node)->ToString(true).str(); });
+    return Guarded(name, [&] { return ValueText(node); });
 }
 
 std::string WriteFeature(INodeMap& map, const std::string& name, const std::string& value) {
@@ -284,7 +329,7 @@ std::string WriteFeature(INodeMap& map, const std::string& name, const std::stri
                 throw ToolError(kExitUsage, name + " is a " + InterfaceTypeName(type) +
                                                 " and cannot be set from the command line");
         }
-        return IsReadable(node) ? CValuePtr(node)->ToString().str() : value;
+        return IsReadable(node) ? ValueText(node) : value;
     });
 }
 

@@ -13,6 +13,9 @@ const char* InterfaceTypeName(GenApi::EInterfaceType type);
 std::string FeatureUnit(GenApi::INode* node);
 // The node of a feature; throws ToolError (unknown feature) when there is none.
 GenApi::INode* RequireFeature(GenApi::INodeMap& map, const std::string& name);
+// The value for a table: addresses dotted, and a short reason in brackets
+// instead of the value when it cannot be read. Never throws.
+std::string DisplayValue(GenApi::INode* node);
 // The current value as text (enumerations by entry name); throws ToolError.
 std::string ReadFeature(GenApi::INodeMap& map, const std::string& name);
 // Parses `value` for the feature's type, checks access and range, writes it

@@ -3,12 +3,18 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <memory>
 #include <system_error>
 #include <thread>
 
+#include "ChunkReader.h"
+#include "EventLog.h"
 #include "ExitCodes.h"
+#include "FrameSaver.h"
 #include "Png.h"
+#include "ProgressLine.h"
 #include "Session.h"
+#include "Sidecar.h"
 #include "Signals.h"
 
 namespace lumocam {
@@ -90,21 +96,110 @@ void MakeDirectory(const std::filesystem::path& dir) {
     }
 }
 
-bool SavePng(IImage* image, const std::filesystem::path& path) {
-    const void* pixels = image->GetImageData();
-    if (pixels == nullptr) {
-        return false;
+namespace {
+
+// What happens to one frame that arrived: files, chunk values, events.
+class FrameHandler {
+public:
+    FrameHandler(ICamera* camera, const GrabSettings& settings, GrabResult& result)
+        : m_settings(settings), m_result(result) {
+        const bool wantChunks =
+            settings.chunkMap != nullptr && (settings.printChunks || settings.saveRaw);
+        if (wantChunks) {
+            m_chunks = std::make_unique<ChunkReader>(*settings.chunkMap);
+        }
+        if (settings.printEvents) {
+            m_events = std::make_unique<EventLog>(camera);
+            result.eventRegistrations = m_events->Registrations();
+        }
     }
-    WritePng(path, pixels, image->GetImageWidth(), image->GetImageHeight(),
-             image->GetImageChannel(), image->GetImageStep());
-    return true;
-}
+
+    void Handle(IImage& image, bool complete) {
+        const std::uint64_t id = image.GetImageFrameId();
+        std::vector<std::pair<std::string, std::string>> chunks;
+        if (m_chunks && !image.GetChunks().empty()) {
+            chunks = m_chunks->Read(image);
+        }
+        if (m_settings.printChunks && m_settings.frameLog != nullptr) {
+            std::string line = "frame " + std::to_string(id) + " chunks:";
+            for (const auto& [name, value] : chunks) {
+                line += " " + name + "=" + value;
+            }
+            *m_settings.frameLog << (chunks.empty() ? line + " (none)" : line) << "\n";
+        }
+        PrintEvents("frame " + std::to_string(id) + ": ");
+        if (m_settings.saveDir.empty()) {
+            return;
+        }
+        if (complete && m_settings.savePng) {
+            SavePng(image, id);
+        }
+        if (m_settings.saveRaw) {
+            const auto path = m_settings.saveDir / FrameFileName(id, "raw");
+            WriteFile(path, image.GetPayloadBuf(), image.GetPayloadSize());
+            m_result.files.push_back(path);
+            FrameFacts facts = FrameFactsOf(image);
+            facts.chunks = chunks;
+            const std::string sidecar = SidecarJson(facts);
+            const auto json = m_settings.saveDir / FrameFileName(id, "json");
+            WriteFile(json, sidecar.data(), sidecar.size());
+            m_result.files.push_back(json);
+        }
+    }
+
+    // Events that came after the last frame.
+    void PrintEvents(const std::string& prefix) {
+        if (!m_events || m_settings.frameLog == nullptr) {
+            return;
+        }
+        for (const auto& line : m_events->Take()) {
+            *m_settings.frameLog << prefix << line << "\n";
+        }
+    }
+
+private:
+    void SavePng(IImage& image, std::uint64_t id) {
+        if (!m_saver || image.GetPixelFormat() != m_saverFormat) {
+            m_saverFormat = image.GetPixelFormat();
+            m_saver = std::make_unique<FrameSaver>(m_saverFormat, m_settings.depth);
+        }
+        const auto path = m_settings.saveDir / FrameFileName(id, "png");
+        const auto before = Clock::now();
+        // A frame that does not convert is counted and the grab goes on; a
+        // file that cannot be written (a full disk) ends it.
+        const std::string problem = m_saver->Save(image, path);
+        if (!problem.empty()) {
+            NotSaved(problem);
+            return;
+        }
+        ++m_result.converted;
+        m_result.conversionMs +=
+            std::chrono::duration<double, std::milli>(Clock::now() - before).count();
+        m_result.files.push_back(path);
+    }
+
+    void NotSaved(const std::string& reason) {
+        if (m_result.notSaved++ == 0) {
+            m_result.notSavedReason = reason;
+        }
+    }
+
+    const GrabSettings& m_settings;
+    GrabResult& m_result;
+    std::unique_ptr<ChunkReader> m_chunks;
+    std::unique_ptr<EventLog> m_events;
+    std::unique_ptr<FrameSaver> m_saver;
+    std::uint64_t m_saverFormat = 0;
+};
+
+}  // namespace
 
 GrabResult Grab(ICamera* camera, const GrabSettings& settings) {
     GrabResult result;
     if (!settings.saveDir.empty()) {
         MakeDirectory(settings.saveDir);
     }
+    FrameHandler handler(camera, settings, result);
     // Acquisition runs endlessly and is stopped once enough frames arrived:
     // with the latest and upcoming strategies a frame count given to the
     // producer would end the stream before we received that many.
@@ -115,12 +210,15 @@ GrabResult Grab(ICamera* camera, const GrabSettings& settings) {
     }
     AcquisitionGuard guard(camera);
     const auto start = Clock::now();
+    ProgressLine progress(settings.progress, settings.progressIsTerminal, settings.count);
     std::uint64_t lastId = 0;
     std::uint64_t waitedMs = 0;
 
     while (result.received < settings.count) {
+        progress.Update(result.received, result.bytes, result.incomplete, result.dropped);
         if (Interrupted()) {
             result.interrupted = true;
+            result.signal = InterruptSignal();
             break;
         }
         IImage* raw = nullptr;
@@ -146,57 +244,40 @@ GrabResult Grab(ICamera* camera, const GrabSettings& settings) {
         }
         lastId = id;
         ++result.received;
+        result.bytes += image->GetPayloadSize();
         result.frameIds.push_back(id);
         result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
 
-        const bool complete = rc != -23 && image->IsComplete();
+        const bool complete = rc != result::grab_image::kImageIncomplete && image->IsComplete();
         if (!complete) {
             ++result.incomplete;
-        } else {
-            const auto before = Clock::now();
-            const bool converted = image->GetImageData() != nullptr;
-            if (converted) {
-                ++result.converted;
-                result.conversionMs +=
-                    std::chrono::duration<double, std::milli>(Clock::now() - before).count();
-            }
-            if (converted && settings.savePng && !settings.saveDir.empty()) {
-                const auto path = settings.saveDir / FrameFileName(id, "png");
-                SavePng(image.get(), path);
-                result.files.push_back(path);
-            }
         }
-        if (settings.saveRaw && !settings.saveDir.empty()) {
-            const auto path = settings.saveDir / FrameFileName(id, "raw");
-            WriteFile(path, image->GetPayloadBuf(), image->GetPayloadSize());
-            result.files.push_back(path);
-        }
-        if (settings.progress != nullptr) {
-            *settings.progress << "\rgrabbing: " << result.received << "/" << settings.count
-                               << " frames (frame ID " << id << (complete ? "" : ", incomplete")
-                               << ")" << std::flush;
-        }
+        handler.Handle(*image, complete);
         image.reset();  // give the buffer back before pausing
         if (settings.pauseMs > 0) {
             std::this_thread::sleep_for(std::chrono::milliseconds(settings.pauseMs));
         }
     }
-    if (settings.progress != nullptr && result.received > 0) {
-        *settings.progress << "\n";
-    }
+    handler.PrintEvents("after the last frame: ");
+    progress.Finish(result.received, result.bytes, result.incomplete, result.dropped);
     return result;
 }
 
 void PrintGrabSummary(std::ostream& out, const GrabResult& result) {
-    char line[160];
+    char line[256];
     std::snprintf(line, sizeof line,
                   "frames received: %llu\nincomplete: %llu\ndropped (by frame ID): %llu\n"
-                  "frames per second: %.1f\nconversion time per frame: %.2f ms\n",
+                  "frames per second: %.1f\nmegabytes per second: %.1f\n",
                   static_cast<unsigned long long>(result.received),
                   static_cast<unsigned long long>(result.incomplete),
                   static_cast<unsigned long long>(result.dropped), result.FramesPerSecond(),
-                  result.ConversionMsPerFrame());
+                  result.MegabytesPerSecond());
     out << line;
+    if (result.converted > 0) {
+        std::snprintf(line, sizeof line, "conversion and PNG writing per frame: %.2f ms\n",
+                      result.ConversionMsPerFrame());
+        out << line;
+    }
 }
 
 }  // namespace lumocam

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "GenApi/GenApi.h"
 #include "LumoGenICam.h"
 
 namespace lumocam {
@@ -20,8 +21,15 @@ struct GrabSettings {
     std::uint64_t pauseMs = 0;
     std::filesystem::path saveDir;  // empty: nothing is saved
     bool savePng = true;
-    bool saveRaw = false;
-    std::ostream* progress = nullptr;  // the progress line, or none
+    bool saveRaw = false;              // with a .json sidecar each
+    unsigned depth = 8;                // bits per PNG sample, 8 or 16
+    std::ostream* progress = nullptr;  // the statistics line, or none
+    bool progressIsTerminal = false;   // redraw one line instead of adding lines
+    // Per-frame lines (chunk values, events) go here when asked for.
+    std::ostream* frameLog = nullptr;
+    GenApi::INodeMap* chunkMap = nullptr;  // the remote map when chunks are read
+    bool printChunks = false;
+    bool printEvents = false;
 };
 
 struct GrabResult {
@@ -32,23 +40,25 @@ struct GrabResult {
     std::uint64_t converted = 0;
     std::vector<std::uint64_t> frameIds;
     std::vector<std::filesystem::path> files;
+    std::uint64_t bytes = 0;     // payload bytes received
+    std::uint64_t notSaved = 0;  // complete frames that could not become PNG
+    std::string notSavedReason;  // the first reason
+    std::size_t eventRegistrations = 0;
     double seconds = 0;       // from the start of acquisition to the last frame
     double conversionMs = 0;  // summed over the converted frames
     bool interrupted = false;
+    int signal = 0;  // SIGINT or SIGTERM when interrupted
     bool timedOut = false;
 
     double FramesPerSecond() const { return seconds > 0 ? received / seconds : 0; }
+    double MegabytesPerSecond() const { return seconds > 0 ? bytes / seconds / 1e6 : 0; }
     double ConversionMsPerFrame() const { return converted > 0 ? conversionMs / converted : 0; }
 };
 
 // Grabs until `count` frames arrived, a frame takes longer than the time-out
-// or Ctrl-C is pressed; acquisition is stopped and every buffer revoked on
+// or Ctrl-C or SIGTERM comes; acquisition is stopped and every buffer revoked on
 // return, also when it throws.
 GrabResult Grab(VEXOGENICAM::ICamera* camera, const GrabSettings& settings);
-
-// Converts one image (to 8-bit mono or BGR) and writes it as PNG; false when
-// the image cannot be converted (incomplete or an unknown format).
-bool SavePng(VEXOGENICAM::IImage* image, const std::filesystem::path& path);
 
 // "one-by-one", "latest", "upcoming".
 VEXOGENICAM::GRAB_STRATEGY ParseStrategy(const std::string& name);

@@ -5,25 +5,53 @@
 #include <exception>
 #include <iostream>
 
+#include "CommandLine.h"
 #include "Commands.h"
 #include "ExitCodes.h"
 #include "GenApi/GenApi.h"
 
 using namespace lumocam;
 
+namespace {
+
+constexpr const char* kCameraHelp =
+    "index from `list`, sn:SERIAL, name:USERNAME, ip:ADDRESS or index:N; a bare word is tried "
+    "as serial number, user name, then IP address";
+constexpr const char* kModuleHelp =
+    "node map: remote (default), device, stream, interface or system";
+
+std::string Joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const auto& word : words) {
+        text += (text.empty() ? "" : ",") + word;
+    }
+    return text;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
-    CLI::App app{"lumocam: cameras through GenTL producers and GenICam features"};
-    app.require_subcommand(1);
+    CLI::App app{"lumocam: cameras through GenTL producers and GenICam features", "lumocam"};
+    app.require_subcommand(0, 1);
+    app.set_version_flag("--version", "lumocam " LUMOCAM_VERSION);
     app.footer(
         "Exit codes: 0 ok, 1 failure, 2 bad command line, 3 no such camera, 4 no such "
-        "feature,\n5 read-only or not accessible, 6 bad or out-of-range value, 130 Ctrl-C.");
+        "feature,\n5 read-only or not accessible, 6 bad or out-of-range value, 7 camera held by "
+        "another\napplication, 130 Ctrl-C, 143 SIGTERM.");
+
+    std::string helpTopic;
+    CLI::App* helpCmd = app.add_subcommand("help", "this text, or the options of one command");
+    helpCmd->add_option("command", helpTopic, "e.g. grab");
 
     ListOptions list;
+    std::vector<std::string> tlTypes;
     CLI::App* listCmd = app.add_subcommand(
         "list", "every camera of every producer (beside the library, then GENICAM_GENTL64_PATH)");
-    listCmd->add_option("--tl", list.tlTypes,
-                        "only these transport layers, comma-separated: gev, u3v, cl, cxp, iidc, "
-                        "uvc, clhs, ethernet, pci");
+    listCmd
+        ->add_option("--tl", tlTypes,
+                     "only these transport layers, comma-separated or repeated: gev, u3v, cl, "
+                     "cxp, iidc, uvc, clhs, ethernet, pci")
+        ->delimiter(',');
     listCmd->add_flag("--json", list.json, "machine-readable output");
 
     ProducersOptions producers;
@@ -34,37 +62,78 @@ int main(int argc, char** argv) {
     InfoOptions info;
     CLI::App* infoCmd =
         app.add_subcommand("info", "device record, description files and feature tree");
-    infoCmd->add_option("camera", info.camera, "serial number or index from `list`")->required();
-    infoCmd->add_option("--module", info.module,
-                        "whose features: system, interface, device, remote (default), stream");
+    infoCmd->add_option("camera", info.camera, kCameraHelp)->required();
+    infoCmd->add_option("--module", info.module, kModuleHelp);
+    infoCmd->add_flag("--json", info.json, "machine-readable output");
 
     FeatureOptions get;
     CLI::App* getCmd = app.add_subcommand("get", "read one feature");
-    getCmd->add_option("camera", get.camera, "serial number or index")->required();
+    getCmd->add_option("camera", get.camera, kCameraHelp)->required();
     getCmd->add_option("feature", get.feature, "feature name, e.g. Width")->required();
-    getCmd->add_option("--module", get.module, "node map (default remote)");
+    getCmd->add_option("--module", get.module, kModuleHelp);
 
-    FeatureOptions set;
-    CLI::App* setCmd =
-        app.add_subcommand("set", "write one feature, or run a command feature with 'exec'");
-    setCmd->add_option("camera", set.camera, "serial number or index")->required();
-    setCmd->add_option("feature", set.feature, "feature name, e.g. Width")->required();
-    setCmd->add_option("value", set.value,
-                       "integer, float, true/false, enumeration entry name, text, or exec");
-    setCmd->add_option("--module", set.module, "node map (default remote)");
+    FeatureOptions describe;
+    CLI::App* describeCmd = app.add_subcommand(
+        "describe", "type, access, range, entries, unit, tooltip and description of a feature");
+    describeCmd->add_option("camera", describe.camera, kCameraHelp)->required();
+    describeCmd->add_option("feature", describe.feature, "feature name, e.g. Width")->required();
+    describeCmd->add_option("--module", describe.module, kModuleHelp);
+    describeCmd->add_flag("--json", describe.json, "machine-readable output");
+
+    SetOptions set;
+    CLI::App* setCmd = app.add_subcommand(
+        "set", "write features in the order given (NAME=VALUE ...), or run a command feature");
+    setCmd->add_option("camera", set.camera, kCameraHelp)->required();
+    setCmd
+        ->add_option("settings", set.assignments,
+                     "NAME=VALUE ... (integer, float, true/false, entry name, text); a command "
+                     "feature alone runs it; `set CAM NAME VALUE` works too")
+        ->required();
+    setCmd->add_option("--module", set.module, kModuleHelp);
+
+    XmlOptions xml;
+    CLI::App* xmlCmd = app.add_subcommand("xml", "the description file of a module");
+    xmlCmd->add_option("camera", xml.camera, kCameraHelp)->required();
+    xmlCmd->add_option("--module", xml.module, kModuleHelp);
+    xmlCmd->add_option("--out", xml.outFile,
+                       "write it to FILE (needed for a ZIP) instead of stdout");
+
+    PersistOptions save;
+    CLI::App* saveCmd =
+        app.add_subcommand("save", "write the camera's settings (streamable features) to FILE");
+    saveCmd->add_option("camera", save.camera, kCameraHelp)->required();
+    saveCmd->add_option("file", save.file, "settings file")->required();
+    saveCmd->add_option("--module", save.module, kModuleHelp);
+
+    PersistOptions load;
+    CLI::App* loadCmd = app.add_subcommand(
+        "load", "apply a settings file written by save; names what the camera refused");
+    loadCmd->add_option("camera", load.camera, kCameraHelp)->required();
+    loadCmd->add_option("file", load.file, "settings file")->required();
+    loadCmd->add_option("--module", load.module, kModuleHelp);
 
     GrabOptions grab;
-    CLI::App* grabCmd = app.add_subcommand("grab", "grab frames, report statistics, save PNGs");
-    grabCmd->add_option("camera", grab.camera, "serial number or index")->required();
+    CLI::App* grabCmd = app.add_subcommand(
+        "grab", "grab frames with live statistics, print chunks and events, save PNG or raw");
+    grabCmd->add_option("camera", grab.camera, kCameraHelp)->required();
     grabCmd->add_option("-n,--count", grab.count, "frames to grab (default 10)")
-        ->check(CLI::PositiveNumber);
+        ->check(PositiveWhole("a frame count"));
     grabCmd->add_option("--strategy", grab.strategy, "one-by-one (default), latest or upcoming")
-        ->check(CLI::IsMember({"one-by-one", "latest", "upcoming"}));
+        ->check(OneOf("a strategy", {"one-by-one", "latest", "upcoming"}));
     grabCmd->add_option("--format", grab.pixelFormat, "set PixelFormat first, e.g. BayerRG8");
-    grabCmd->add_option("--save", grab.saveDir, "write converted frames as PNG into DIR");
-    grabCmd->add_flag("--raw", grab.raw, "also write the raw buffers (needs --save)");
+    grabCmd->add_option("--set", grab.settings,
+                        "NAME=VALUE ... written in order before acquisition");
+    grabCmd->add_option("--save", grab.saveDir, "write each frame as PNG into DIR");
+    grabCmd
+        ->add_option("--depth", grab.depth,
+                     "PNG bits per sample: 8 (default) or 16 for deeper mono and raw Bayer")
+        ->check(OneOf("a PNG depth", {"8", "16"}));
+    grabCmd->add_flag("--raw", grab.raw,
+                      "also write the raw buffers, each with a .json sidecar (needs --save)");
+    grabCmd->add_flag("--chunks", grab.chunks, "turn chunk data on and print it per frame");
+    grabCmd->add_flag("--events", grab.events, "print the camera's events per frame");
     grabCmd->add_option("--timeout", grab.timeoutMs, "longest wait for one frame in ms (5000)")
-        ->check(CLI::PositiveNumber);
+        ->check(PositiveWhole("a time-out in milliseconds"));
 
     DemoOptions demo;
     CLI::App* demoCmd =
@@ -74,10 +143,28 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? kExitOk : kExitUsage;
+        return ReportParseError(app, e);
     }
+    list.tlTypes = Joined(tlTypes);
 
     try {
+        if (helpCmd->parsed()) {
+            if (helpTopic.empty()) {
+                // App::help() would describe the help command itself.
+                std::cout << app.get_formatter()->make_help(&app, "lumocam",
+                                                            CLI::AppFormatMode::Normal);
+                return kExitOk;
+            }
+            for (CLI::App* sub : app.get_subcommands({})) {
+                if (sub->get_name() == helpTopic) {
+                    std::cout << sub->help();
+                    return kExitOk;
+                }
+            }
+            const std::string close = Suggest(helpTopic, CommandNames(app));
+            throw ToolError(kExitUsage, "no command '" + helpTopic + "'" +
+                                            (close.empty() ? "" : "; did you mean " + close + "?"));
+        }
         if (listCmd->parsed())
             return RunList(list);
         if (producersCmd->parsed())
@@ -86,8 +173,16 @@ int main(int argc, char** argv) {
             return RunInfo(info);
         if (getCmd->parsed())
             return RunGet(get);
+        if (describeCmd->parsed())
+            return RunDescribe(describe);
         if (setCmd->parsed())
             return RunSet(set);
+        if (xmlCmd->parsed())
+            return RunXml(xml);
+        if (saveCmd->parsed())
+            return RunSave(save);
+        if (loadCmd->parsed())
+            return RunLoad(load);
         if (grabCmd->parsed())
             return RunGrab(grab);
         if (demoCmd->parsed())
@@ -102,5 +197,7 @@ int main(int argc, char** argv) {
         std::cerr << "lumocam: " << e.what() << "\n";
         return kExitFailure;
     }
+    std::cerr << "lumocam: a command is needed: " << Joined(CommandNames(app))
+              << "\n`lumocam help` explains them, `lumocam help COMMAND` their options\n";
     return kExitUsage;
 }

@@ -27,12 +27,23 @@ public:
     CameraRecords& operator=(const CameraRecords&) = delete;
 
     const std::vector<VEXOGENICAM::ICameraInfo*>& All() const { return m_infos; }
-    // Drops (and releases) the records whose own TL type is not in `mask`.
-    void KeepTlTypes(unsigned long long mask);
-    // An exact serial number wins; otherwise a decimal index into the list.
-    VEXOGENICAM::ICameraInfo* Select(const std::string& serialOrIndex) const;
+    // Indices of the records whose own TL type is in `mask`. Indices stay those
+    // of the whole list, so that a filtered list names cameras as `get` does.
+    std::vector<std::size_t> IndicesOfTlTypes(unsigned long long mask) const;
+    // A bare number is an index into the list; "sn:", "name:", "ip:" and
+    // "index:" say what a selector is; a bare word is tried as serial number,
+    // user name, then IP address. More than one match is a usage error that
+    // lists the candidates; none is ToolError(kExitNoCamera).
+    VEXOGENICAM::ICameraInfo* Select(const std::string& selector) const;
+    // "#1 serial G2, model G-640, GEV, device ID DEV_G2, vendor Acme".
+    std::string Describe(std::size_t index) const;
 
 private:
+    std::vector<std::size_t> Matching(const std::string& value,
+                                      std::string (*field)(VEXOGENICAM::ICameraInfo*)) const;
+    VEXOGENICAM::ICameraInfo* Unique(const std::string& selector,
+                                     const std::vector<std::size_t>& found) const;
+
     std::vector<VEXOGENICAM::ICameraInfo*> m_infos;
 };
 
@@ -46,8 +57,11 @@ struct ImageReleaser {
 };
 using ImagePtr = std::unique_ptr<VEXOGENICAM::IImage, ImageReleaser>;
 
-// Opens the camera of a record; throws ToolError naming the failed step.
+// Opens the camera of a record; throws ToolError naming the failed step, with
+// kExitCameraBusy when another application holds the device.
 CameraPtr OpenCamera(VEXOGENICAM::ICameraInfo* info, VEXOGENICAM::DEVICE_OPEN_MODE mode);
+// Read-only when the producer allows it, control access otherwise.
+CameraPtr OpenForReading(VEXOGENICAM::ICameraInfo* info);
 
 // Node maps a feature can live in, as named on the command line.
 enum class Module { System, Interface, Device, Remote, Stream };
