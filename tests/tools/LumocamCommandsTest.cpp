@@ -75,8 +75,8 @@ TEST(LumocamCommandsTest, CameraSelectionIsNeverSilentlyAmbiguous) {
     for (const Case& c : cases) {
         const Result r = tool.Run({"get", c.selector, "DeviceModelName"});
         EXPECT_EQ(r.code, c.code) << c.selector << "\n" << r.err;
-        EXPECT_TRUE(Contains(c.code == 0 ? r.out : r.err, c.expected))
-            << c.selector << "\n" << r.out << r.err;
+        EXPECT_TRUE(Contains(c.code == 0 ? r.out : r.err, c.expected)) << c.selector << "\n"
+                                                                       << r.out << r.err;
     }
     // A filtered list keeps the indices that select.
     const json u3v = json::parse(tool.Run({"list", "--tl", "gev", "--json"}).out);
@@ -126,8 +126,8 @@ TEST(LumocamCommandsTest, EveryErrorClassHasItsExitCodeAndSaysWhy) {
             line += a + " ";
         }
         EXPECT_EQ(r.code, c.code) << line << "\n" << r.out << r.err;
-        EXPECT_TRUE(Contains(c.code == 0 ? r.out : r.err, c.message))
-            << line << "\n" << r.out << r.err;
+        EXPECT_TRUE(Contains(c.code == 0 ? r.out : r.err, c.message)) << line << "\n"
+                                                                      << r.out << r.err;
         EXPECT_FALSE(Contains(r.err, "Value 0 not in range")) << "CLI11's own text: " << line;
     }
 }
@@ -175,7 +175,8 @@ TEST(LumocamCommandsTest, DescribeInfoAndXmlShowTheDescription) {
     EXPECT_TRUE(width["streamable"].get<bool>());
     r = tool.Run({"describe", "G1", "Gain"});
     ASSERT_EQ(r.code, 0) << r.err;
-    for (const char* row : {"type            float", "unit            dB", "tooltip", "description"}) {
+    for (const char* row :
+         {"type            float", "unit            dB", "tooltip", "description"}) {
         EXPECT_TRUE(Contains(r.out, row)) << row << "\n" << r.out;
     }
 
@@ -204,14 +205,15 @@ TEST(LumocamCommandsTest, DescribeInfoAndXmlShowTheDescription) {
         }
         return nullptr;
     };
-    const json* packet =
-        find(info["features"], {"Root", "TransportLayerControl", "GigEVision", "GevSCPSPacketSize"}, 0);
+    const json* packet = find(
+        info["features"], {"Root", "TransportLayerControl", "GigEVision", "GevSCPSPacketSize"}, 0);
     ASSERT_NE(packet, nullptr) << r.out;
     EXPECT_EQ((*packet)["unit"], "B");
     const json* gain = find(info["features"], {"Root", "AnalogControl", "Gain"}, 0);
     ASSERT_NE(gain, nullptr);
     const json device = json::parse(tool.Run({"info", "G1", "--json", "--module", "device"}).out);
-    const json* ip = find(device["features"], {"Root", "DeviceNetworkInformation", "GevDeviceIPAddress"}, 0);
+    const json* ip =
+        find(device["features"], {"Root", "DeviceNetworkInformation", "GevDeviceIPAddress"}, 0);
     ASSERT_NE(ip, nullptr);
     EXPECT_EQ((*ip)["value"], "10.0.0.7");
     EXPECT_TRUE(Contains(tool.Run({"info", "G1", "--module", "device"}).out, "255.0.0.0"));
@@ -299,8 +301,8 @@ Png16 ReadPng(const fs::path& path) {
 TEST(LumocamCommandsTest, DeepPngsAndRawSidecarsCarryWhatTheFrameIs) {
     Lumocam tool;
     // Mono12 at full scale: the white bar is near 0xFFFF, the black one far below.
-    Result r = tool.Run({"grab", "G1", "-n", "1", "--format", "Mono12", "--save", "m12",
-                         "--depth", "16"});
+    Result r =
+        tool.Run({"grab", "G1", "-n", "1", "--format", "Mono12", "--save", "m12", "--depth", "16"});
     ASSERT_EQ(r.code, 0) << r.err;
     Png16 mono = ReadPng(tool.Dir() / "m12/frame-000001.png");
     ASSERT_EQ(mono.bitDepth, 16);

@@ -31,8 +31,8 @@ std::vector<Assignment> ParseAssignments(const std::vector<std::string>& words) 
                                             "': write several settings as NAME=VALUE, e.g. "
                                             "Width=320 OffsetX=10");
         }
-        return {{words[0],
-                 words.size() == 2 ? std::optional<std::string>(words[1]) : std::nullopt}};
+        return {
+            {words[0], words.size() == 2 ? std::optional<std::string>(words[1]) : std::nullopt}};
     }
     std::vector<Assignment> assignments;
     for (const auto& word : words) {
@@ -58,9 +58,9 @@ void ApplyAssignments(GenApi::INodeMap& map, const std::vector<Assignment>& assi
                 *out << assignment.feature << " = " << written << "\n" << std::flush;
             }
         } catch (const ToolError& e) {
-            throw ToolError(e.Code(), std::string(e.what()) +
-                                          (applied.empty() ? "" : " (already applied: " + applied +
-                                                                      ")"));
+            throw ToolError(e.Code(),
+                            std::string(e.what()) +
+                                (applied.empty() ? "" : " (already applied: " + applied + ")"));
         }
         applied += (applied.empty() ? "" : ", ") + assignment.feature;
     }

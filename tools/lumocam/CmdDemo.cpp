@@ -271,8 +271,11 @@ int RunDemo(const DemoOptions& options) {
         "   The library found the simulated camera through %s, opened it, read its\n"
         "   features, grabbed frames with all three strategies and converted\n"
         "   %zu pixel formats. The pictures are in %s/ (eight colour bars).\n"
-        "   Next, try %s with: list | info 0 | get 0 Width | set 0 Width 320 |\n"
-        "   grab 0 -n 20 --save frames\n",
+        "   Next, try %s with: list | info 0 | describe 0 Width |\n"
+        "   grab 0 -n 20 --set Width=320 OffsetX=160 --save frames\n"
+        "   The simulated camera starts afresh in every process; to make it keep its\n"
+        "   settings between commands, as a powered camera does, name a state file:\n"
+        "   export LUMOSIM_STATE=$PWD/lumosim-state.json, then set 0 Width=320 and get 0 Width.\n",
         kSimProducer, pictures.size(), dir.string().c_str(), ToolPath().c_str());
     return 0;
 }

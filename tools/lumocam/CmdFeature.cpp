@@ -13,20 +13,18 @@ using namespace VEXOGENICAM;
 
 int RunGet(const FeatureOptions& options) {
     const Module module = ParseModule(options.module);
-    Library library;
-    CameraRecords records(Discovery(nullptr));
-    CameraPtr camera = OpenForReading(records.Select(options.camera));
-    std::cout << ReadFeature(ModuleNodeMap(camera.get(), module), options.feature) << "\n";
+    Session session(options.camera, Session::Access::Read);
+    ICamera* camera = session.Camera();
+    std::cout << ReadFeature(ModuleNodeMap(camera, module), options.feature) << "\n";
     return 0;
 }
 
 int RunDescribe(const FeatureOptions& options) {
     const Module module = ParseModule(options.module);
-    Library library;
-    CameraRecords records(Discovery(nullptr));
-    CameraPtr camera = OpenForReading(records.Select(options.camera));
+    Session session(options.camera, Session::Access::Read);
+    ICamera* camera = session.Camera();
     const FeatureDescription description =
-        DescribeFeature(RequireFeature(ModuleNodeMap(camera.get(), module), options.feature));
+        DescribeFeature(RequireFeature(ModuleNodeMap(camera, module), options.feature));
     if (options.json) {
         std::cout << DescriptionJson(description);
     } else {
@@ -39,10 +37,9 @@ int RunSet(const SetOptions& options) {
     const Module module = ParseModule(options.module);
     // Parsed first: a malformed list changes nothing on the camera.
     const std::vector<Assignment> assignments = ParseAssignments(options.assignments);
-    Library library;
-    CameraRecords records(Discovery(nullptr));
-    CameraPtr camera = OpenCamera(records.Select(options.camera), DEVICE_OPEN_MODE_CONTROL);
-    ApplyAssignments(ModuleNodeMap(camera.get(), module), assignments, &std::cout);
+    Session session(options.camera, Session::Access::Control);
+    ICamera* camera = session.Camera();
+    ApplyAssignments(ModuleNodeMap(camera, module), assignments, &std::cout);
     return 0;
 }
 

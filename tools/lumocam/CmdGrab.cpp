@@ -81,10 +81,9 @@ int RunGrab(const GrabOptions& options) {
     // Installed before the camera opens so that Ctrl-C or SIGTERM at any
     // point still takes the orderly way out.
     InterruptScope interrupts;
-    Library library;
-    CameraRecords records(Discovery(nullptr));
-    CameraPtr camera = OpenCamera(records.Select(options.camera), DEVICE_OPEN_MODE_CONTROL);
-    GenApi::INodeMap& remote = ModuleNodeMap(camera.get(), Module::Remote);
+    Session session(options.camera, Session::Access::Control);
+    ICamera* camera = session.Camera();
+    GenApi::INodeMap& remote = ModuleNodeMap(camera, Module::Remote);
     ApplyAssignments(remote, assignments, nullptr);
     if (options.chunks) {
         EnableAllChunks(remote);
@@ -96,8 +95,8 @@ int RunGrab(const GrabOptions& options) {
               << ReadFeature(remote, "PixelFormat") << ", strategy " << options.strategy << "\n"
               << std::flush;
 
-    const GrabResult result = Grab(camera.get(), settings);
-    camera.reset();  // acquisition is already stopped; this closes the device
+    const GrabResult result = Grab(camera, settings);
+    session.CloseCamera();  // acquisition is already stopped; this closes the device
     PrintGrabSummary(std::cout, result);
     if (!options.saveDir.empty()) {
         std::cout << "files saved: " << result.files.size() << " in " << options.saveDir << "\n";

@@ -23,6 +23,17 @@ std::string Text(const char* value) {
     return value != nullptr ? value : "";
 }
 
+// The network keys of a GigE Vision record, as the table and the JSON name them.
+struct NetworkKey {
+    EX_INFOID id;
+    const char* label;
+    const char* key;
+};
+constexpr NetworkKey kNetwork[] = {{EX_INFO_IP, "IP address", "ip"},
+                                   {EX_INFO_MAC, "MAC address", "mac"},
+                                   {EX_INFO_NET_ADDR_3, "subnet mask", "subnetMask"},
+                                   {EX_INFO_NET_ADDR_4, "gateway", "gateway"}};
+
 void PrintRecord(ICameraInfo* info) {
     std::printf("Device\n");
     PrintField("TL type", TlTypeName(info->GetTLType()));
@@ -37,14 +48,7 @@ void PrintRecord(ICameraInfo* info) {
     const long long frequency = info->GetTimestampFrequency();
     PrintField("timestamp frequency",
                frequency > 0 ? std::to_string(frequency) + " Hz" : "unknown");
-    const struct {
-        EX_INFOID id;
-        const char* label;
-    } network[] = {{EX_INFO_IP, "IP address"},
-                   {EX_INFO_MAC, "MAC address"},
-                   {EX_INFO_NET_ADDR_3, "subnet mask"},
-                   {EX_INFO_NET_ADDR_4, "gateway"}};
-    for (const auto& item : network) {
+    for (const auto& item : kNetwork) {
         if (const char* value = info->GetExInfo(item.id)) {
             PrintField(item.label, value);
         }
@@ -81,14 +85,7 @@ void RecordJson(std::ostream& out, ICameraInfo* info) {
     JsonField(out, "version", Text(info->GetVersion()));
     JsonField(out, "accessStatus", AccessStatusName(info->GetAccessStatus()));
     out << ", \"timestampFrequency\": " << info->GetTimestampFrequency();
-    const struct {
-        EX_INFOID id;
-        const char* key;
-    } network[] = {{EX_INFO_IP, "ip"},
-                   {EX_INFO_MAC, "mac"},
-                   {EX_INFO_NET_ADDR_3, "subnetMask"},
-                   {EX_INFO_NET_ADDR_4, "gateway"}};
-    for (const auto& item : network) {
+    for (const auto& item : kNetwork) {
         if (const char* value = info->GetExInfo(item.id)) {
             JsonField(out, item.key, value);
         }

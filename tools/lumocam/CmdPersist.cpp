@@ -35,12 +35,11 @@ std::string ReadSettingsFile(const std::string& path) {
 
 int RunSave(const PersistOptions& options) {
     const Module module = ParseModule(options.module);
-    Library library;
-    CameraRecords records(Discovery(nullptr));
-    CameraPtr camera = OpenForReading(records.Select(options.camera));
+    Session session(options.camera, Session::Access::Read);
+    ICamera* camera = session.Camera();
     GenApi::CFeatureBag bag;
     GenApi::StringList_t unreadable;
-    const auto lines = bag.StoreFromNodeMap(&ModuleNodeMap(camera.get(), module), 100, &unreadable);
+    const auto lines = bag.StoreFromNodeMap(&ModuleNodeMap(camera, module), 100, &unreadable);
     const std::string text = bag.ToString().str();
     WriteFile(options.file, text.data(), text.size());
     for (const auto& reason : unreadable) {
@@ -61,11 +60,10 @@ int RunLoad(const PersistOptions& options) {
         throw ToolError(kExitFailure,
                         options.file + " is not a settings file: " + e.GetDescription());
     }
-    Library library;
-    CameraRecords records(Discovery(nullptr));
-    CameraPtr camera = OpenCamera(records.Select(options.camera), DEVICE_OPEN_MODE_CONTROL);
+    Session session(options.camera, Session::Access::Control);
+    ICamera* camera = session.Camera();
     GenApi::StringList_t failures;
-    const bool all = bag.LoadFromBag(&ModuleNodeMap(camera.get(), module), true, &failures);
+    const bool all = bag.LoadFromBag(&ModuleNodeMap(camera, module), true, &failures);
     const std::size_t total = bag.Entries().size();
     const std::size_t failed = all ? 0 : failures.size();
     for (const auto& reason : failures) {

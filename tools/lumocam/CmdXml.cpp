@@ -11,10 +11,9 @@ using namespace VEXOGENICAM;
 
 int RunXml(const XmlOptions& options) {
     const Module module = ParseModule(options.module);
-    Library library;
-    CameraRecords records(Discovery(nullptr));
-    CameraPtr camera = OpenForReading(records.Select(options.camera));
-    IXml* xml = ModuleXml(camera.get(), module);
+    Session session(options.camera, Session::Access::Read);
+    ICamera* camera = session.Camera();
+    IXml* xml = ModuleXml(camera, module);
     const std::string content = xml != nullptr ? xml->GetFileContent() : std::string();
     if (content.empty()) {
         throw ToolError(kExitFailure, std::string("the ") + ModuleName(module) +

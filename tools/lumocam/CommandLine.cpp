@@ -20,8 +20,8 @@ std::size_t EditDistance(const std::string& a, const std::string& b) {
         row[0] = i;
         for (std::size_t j = 1; j <= b.size(); ++j) {
             const std::size_t above = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1,
-                               diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
+            row[j] =
+                std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
             diagonal = above;
         }
     }
@@ -52,8 +52,8 @@ CLI::Validator PositiveWhole(const std::string& what) {
             errno = 0;
             char* end = nullptr;
             const unsigned long long value = std::strtoull(text.c_str(), &end, 10);
-            const bool digits = !text.empty() && text.find_first_not_of("0123456789") ==
-                                                     std::string::npos;
+            const bool digits =
+                !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
             if (!digits || *end != '\0' || errno == ERANGE || value == 0) {
                 return "'" + text + "' is not " + what + "; give a whole number from 1 up";
             }

@@ -83,14 +83,12 @@ std::string FrameSaver::Save(IImage& image, const std::filesystem::path& path) c
     std::vector<unsigned char> pixels(destination.stride * source.height);
     destination.data = pixels.data();
     destination.size = pixels.size();
-    const ConvertResult converted = ConvertPixels(image.GetPayloadBuf() != nullptr
-                                                      ? source
-                                                      : ConvertSource{},
-                                                  destination);
+    const ConvertResult converted =
+        ConvertPixels(image.GetPayloadBuf() != nullptr ? source : ConvertSource{}, destination);
     if (converted.status != ConvertStatus::Ok) {
         return "frame " + std::to_string(image.GetImageFrameId()) + " (" +
-               PixelFormatText(m_format) + ") does not convert: " +
-               ConvertStatusText(converted.status);
+               PixelFormatText(m_format) +
+               ") does not convert: " + ConvertStatusText(converted.status);
     }
     const std::size_t channels = m_target == PixelTarget::BGR8 ? 3 : 1;
     if (m_target == PixelTarget::Mono16 && converted.bitDepth < 16) {

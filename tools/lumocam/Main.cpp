@@ -28,6 +28,14 @@ std::string Joined(const std::vector<std::string>& words) {
     return text;
 }
 
+void AddCamera(CLI::App* command, std::string& camera) {
+    command->add_option("camera", camera, kCameraHelp)->required();
+}
+
+void AddModule(CLI::App* command, std::string& module) {
+    command->add_option("--module", module, kModuleHelp);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -62,60 +70,60 @@ int main(int argc, char** argv) {
     InfoOptions info;
     CLI::App* infoCmd =
         app.add_subcommand("info", "device record, description files and feature tree");
-    infoCmd->add_option("camera", info.camera, kCameraHelp)->required();
-    infoCmd->add_option("--module", info.module, kModuleHelp);
+    AddCamera(infoCmd, info.camera);
+    AddModule(infoCmd, info.module);
     infoCmd->add_flag("--json", info.json, "machine-readable output");
 
     FeatureOptions get;
     CLI::App* getCmd = app.add_subcommand("get", "read one feature");
-    getCmd->add_option("camera", get.camera, kCameraHelp)->required();
+    AddCamera(getCmd, get.camera);
     getCmd->add_option("feature", get.feature, "feature name, e.g. Width")->required();
-    getCmd->add_option("--module", get.module, kModuleHelp);
+    AddModule(getCmd, get.module);
 
     FeatureOptions describe;
     CLI::App* describeCmd = app.add_subcommand(
         "describe", "type, access, range, entries, unit, tooltip and description of a feature");
-    describeCmd->add_option("camera", describe.camera, kCameraHelp)->required();
+    AddCamera(describeCmd, describe.camera);
     describeCmd->add_option("feature", describe.feature, "feature name, e.g. Width")->required();
-    describeCmd->add_option("--module", describe.module, kModuleHelp);
+    AddModule(describeCmd, describe.module);
     describeCmd->add_flag("--json", describe.json, "machine-readable output");
 
     SetOptions set;
     CLI::App* setCmd = app.add_subcommand(
         "set", "write features in the order given (NAME=VALUE ...), or run a command feature");
-    setCmd->add_option("camera", set.camera, kCameraHelp)->required();
+    AddCamera(setCmd, set.camera);
     setCmd
         ->add_option("settings", set.assignments,
                      "NAME=VALUE ... (integer, float, true/false, entry name, text); a command "
                      "feature alone runs it; `set CAM NAME VALUE` works too")
         ->required();
-    setCmd->add_option("--module", set.module, kModuleHelp);
+    AddModule(setCmd, set.module);
 
     XmlOptions xml;
     CLI::App* xmlCmd = app.add_subcommand("xml", "the description file of a module");
-    xmlCmd->add_option("camera", xml.camera, kCameraHelp)->required();
-    xmlCmd->add_option("--module", xml.module, kModuleHelp);
+    AddCamera(xmlCmd, xml.camera);
+    AddModule(xmlCmd, xml.module);
     xmlCmd->add_option("--out", xml.outFile,
                        "write it to FILE (needed for a ZIP) instead of stdout");
 
     PersistOptions save;
     CLI::App* saveCmd =
         app.add_subcommand("save", "write the camera's settings (streamable features) to FILE");
-    saveCmd->add_option("camera", save.camera, kCameraHelp)->required();
+    AddCamera(saveCmd, save.camera);
     saveCmd->add_option("file", save.file, "settings file")->required();
-    saveCmd->add_option("--module", save.module, kModuleHelp);
+    AddModule(saveCmd, save.module);
 
     PersistOptions load;
     CLI::App* loadCmd = app.add_subcommand(
         "load", "apply a settings file written by save; names what the camera refused");
-    loadCmd->add_option("camera", load.camera, kCameraHelp)->required();
+    AddCamera(loadCmd, load.camera);
     loadCmd->add_option("file", load.file, "settings file")->required();
-    loadCmd->add_option("--module", load.module, kModuleHelp);
+    AddModule(loadCmd, load.module);
 
     GrabOptions grab;
     CLI::App* grabCmd = app.add_subcommand(
         "grab", "grab frames with live statistics, print chunks and events, save PNG or raw");
-    grabCmd->add_option("camera", grab.camera, kCameraHelp)->required();
+    AddCamera(grabCmd, grab.camera);
     grabCmd->add_option("-n,--count", grab.count, "frames to grab (default 10)")
         ->check(PositiveWhole("a frame count"));
     grabCmd->add_option("--strategy", grab.strategy, "one-by-one (default), latest or upcoming")

@@ -7,8 +7,8 @@ namespace lumocam {
 ProgressLine::ProgressLine(std::ostream* out, bool terminal, std::uint64_t target)
     : m_out(out), m_terminal(terminal), m_target(target), m_last(Clock::now()) {}
 
-std::string ProgressLine::Text(std::uint64_t frames, std::uint64_t target, double fps,
-                               double mbps, std::uint64_t incomplete, std::uint64_t dropped) {
+std::string ProgressLine::Text(std::uint64_t frames, std::uint64_t target, double fps, double mbps,
+                               std::uint64_t incomplete, std::uint64_t dropped) {
     char line[160];
     std::snprintf(line, sizeof line,
                   "grabbing: %llu/%llu frames, %.1f fps, %.1f MB/s, %llu incomplete, %llu "

@@ -275,6 +275,12 @@ CameraPtr OpenForReading(ICameraInfo* info) {
     }
 }
 
+Session::Session(const std::string& selector, Access access) : m_records(Discovery(nullptr)) {
+    ICameraInfo* info = m_records.Select(selector);
+    m_camera =
+        access == Access::Read ? OpenForReading(info) : OpenCamera(info, DEVICE_OPEN_MODE_CONTROL);
+}
+
 GenApi::INodeMap& ModuleNodeMap(ICamera* camera, Module module) {
     IXml* xml = ModuleXml(camera, module);
     GenApi::INodeMap* map = xml != nullptr ? xml->GetNodeMap() : nullptr;

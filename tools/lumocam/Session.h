@@ -63,6 +63,23 @@ CameraPtr OpenCamera(VEXOGENICAM::ICameraInfo* info, VEXOGENICAM::DEVICE_OPEN_MO
 // Read-only when the producer allows it, control access otherwise.
 CameraPtr OpenForReading(VEXOGENICAM::ICameraInfo* info);
 
+// A discovery and the one camera a command works on, opened from it and
+// given back in the right order (camera, records, library).
+class Session {
+public:
+    enum class Access { Read, Control };
+    Session(const std::string& selector, Access access);
+
+    VEXOGENICAM::ICamera* Camera() const { return m_camera.get(); }
+    // Closes the camera before the session ends, e.g. ahead of a summary.
+    void CloseCamera() { m_camera.reset(); }
+
+private:
+    Library m_library;
+    CameraRecords m_records;
+    CameraPtr m_camera;
+};
+
 // Node maps a feature can live in, as named on the command line.
 enum class Module { System, Interface, Device, Remote, Stream };
 Module ParseModule(const std::string& name);
