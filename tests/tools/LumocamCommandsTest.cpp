@@ -11,6 +11,8 @@
 #include <cstdio>
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <regex>
+#include <set>
 #include <thread>
 
 #include "LumocamRunner.h"
@@ -224,6 +226,56 @@ TEST(LumocamCommandsTest, DescribeInfoAndXmlShowTheDescription) {
     EXPECT_TRUE(Contains(r.out, "<Category Name=\"ImageFormatControl\""));
     ASSERT_EQ(tool.Run({"xml", "G1", "--out", "camera.xml"}).code, 0);
     EXPECT_EQ(ReadText(tool.Dir() / "camera.xml"), r.out);
+}
+
+void CollectNames(const json& node, std::multiset<std::string>& names) {
+    names.insert(node["name"].get<std::string>());
+    if (node.contains("features")) {
+        for (const auto& child : node.at("features")) {
+            CollectNames(child, names);
+        }
+    }
+}
+
+// Every feature a description lists in a category is in the tree below Root,
+// once; with categories nested, none may be left hanging outside it.
+TEST(LumocamCommandsTest, EveryListedFeatureIsInTheTreeOnce) {
+    Lumocam tool(R"({"interfaces": [{"id": "IF0", "tlType": "GEV", "devices": [
+        {"id": "D0", "tlType": "GEV", "serial": "GEV1", "pixelFormats": ["Mono8", "Mono16"],
+         "pgrPixelBigEndian": true},
+        {"id": "D1", "tlType": "U3V", "serial": "USB1", "pixelFormats": ["Mono8"]},
+        {"id": "D2", "tlType": "CL", "serial": "CL1", "pixelFormats": ["Mono8"],
+         "remotePort": false}]}]})");
+    const std::regex listed("<pFeature>([^<]+)</pFeature>");
+    for (const char* camera : {"GEV1", "USB1", "CL1"}) {
+        for (const char* module : {"system", "interface", "device", "remote", "stream"}) {
+            if (std::string(camera) == "CL1" && std::string(module) == "remote") {
+                continue;  // no remote port: the camera is in the device module
+            }
+            const Result xml = tool.Run({"xml", camera, "--module", module});
+            const Result info = tool.Run({"info", camera, "--module", module, "--json"});
+            ASSERT_EQ(xml.code, 0) << camera << " " << module << xml.err;
+            ASSERT_EQ(info.code, 0) << camera << " " << module << info.err;
+            std::set<std::string> inDescription{"Root"};
+            for (std::sregex_iterator it(xml.out.begin(), xml.out.end(), listed), end; it != end;
+                 ++it) {
+                inDescription.insert((*it)[1].str());
+            }
+            std::multiset<std::string> inTree;
+            CollectNames(json::parse(info.out)["features"], inTree);
+            EXPECT_EQ(std::set<std::string>(inTree.begin(), inTree.end()), inDescription)
+                << camera << " " << module;
+            EXPECT_EQ(inTree.size(), inDescription.size()) << camera << " " << module;
+        }
+    }
+    // Values that cannot be read now show a short reason, not the exception.
+    const Result text = tool.Run({"info", "GEV1"});
+    const auto line = text.out.find("ChunkFrameID");
+    ASSERT_NE(line, std::string::npos) << text.out;
+    EXPECT_EQ(text.out.substr(line, text.out.find('\n', line) - line).find("(not available now)") !=
+                  std::string::npos,
+              true)
+        << text.out;
 }
 
 // Settings survive the process only when a state file is named, as the

@@ -9,6 +9,7 @@
 #include "Commands.h"
 #include "ExitCodes.h"
 #include "GenApi/GenApi.h"
+#include "SimpleLog.h"
 
 using namespace lumocam;
 
@@ -154,6 +155,9 @@ int main(int argc, char** argv) {
         return ReportParseError(app, e);
     }
     list.tlTypes = Joined(tlTypes);
+    // The library's step traces go to stdout, which is lumocam's output (and
+    // JSON with --json); the log file keeps what matters.
+    VEXOGENICAM::g_nSimpleLogType = 0;
 
     try {
         if (helpCmd->parsed()) {
