@@ -202,10 +202,14 @@ CameraPtr OpenCamera(ICameraInfo* info, DEVICE_OPEN_MODE mode) {
     }
     const int rc = camera->Open(mode);
     if (rc == result::open::kDeviceNotOpened && HeldElsewhere(info->GetAccessStatus(), mode)) {
-        throw ToolError(kExitCameraBusy, std::string("camera ") + info->GetSN() +
-                                             " is held by another application (access status: " +
-                                             AccessStatusName(info->GetAccessStatus()) +
-                                             "); close it there, or use a command that only reads");
+        const DEVICE_STATUS status = info->GetAccessStatus();
+        throw ToolError(kExitCameraBusy,
+                        std::string("camera ") + info->GetSN() +
+                            " is held by another application (access status: " +
+                            AccessStatusName(status) + "); " +
+                            (status == DEVICE_STATUS_READONLY
+                                 ? "commands that only read (get, info, describe, xml, save) work"
+                                 : "close it there first"));
     }
     if (rc != 0) {
         throw ToolError(kExitFailure, std::string("cannot open camera ") + info->GetSN() + ": " +
