@@ -145,6 +145,14 @@ TEST(LumocamCommandsTest, SettingsApplyInOrderBeforeAcquisitionToo) {
     EXPECT_TRUE(Contains(r.err, "OffsetX")) << r.err;
     EXPECT_TRUE(Contains(r.err, "already applied: PixelFormat")) << r.err;
 
+    // A name that does not exist stops the command before anything is written.
+    Lumocam remembering;
+    remembering.Env("LUMOSIM_STATE", (remembering.Dir() / "state.json").string());
+    r = remembering.Run({"set", "G1", "Width=320", "Widht=300"});
+    EXPECT_EQ(r.code, 4);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(remembering.Run({"get", "G1", "Width"}).out, "640\n");
+
     r = tool.Run({"grab", "G1", "-n", "1", "--set", "Width=320", "OffsetX=10", "--chunks"});
     ASSERT_EQ(r.code, 0) << r.err;
     EXPECT_TRUE(Contains(r.out, "camera G1, 320x480")) << r.out;

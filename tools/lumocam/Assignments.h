@@ -22,8 +22,9 @@ struct Assignment {
 std::vector<Assignment> ParseAssignments(const std::vector<std::string>& words);
 
 // Applies the assignments in order, printing "NAME = VALUE read back" for each
-// to `out`. Stops at the first that fails with that failure's ToolError, whose
-// message says which earlier ones were applied.
+// to `out`. Unknown names and missing values fail before anything is written;
+// otherwise it stops at the first write that fails, with that failure's
+// ToolError, whose message says which earlier ones were applied.
 void ApplyAssignments(GenApi::INodeMap& map, const std::vector<Assignment>& assignments,
                       std::ostream* out);
 
