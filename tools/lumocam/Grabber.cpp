@@ -147,7 +147,7 @@ public:
         }
     }
 
-    // Events that came after the last frame.
+    // The events that arrived since the last call, each behind `prefix`.
     void PrintEvents(const std::string& prefix) {
         if (!m_events || m_settings.frameLog == nullptr) {
             return;
