@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <functional>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <set>
 #include <thread>
 
@@ -254,7 +253,6 @@ TEST(LumocamCommandsTest, EveryListedFeatureIsInTheTreeOnce) {
         {"id": "D1", "tlType": "U3V", "serial": "USB1", "pixelFormats": ["Mono8"]},
         {"id": "D2", "tlType": "CL", "serial": "CL1", "pixelFormats": ["Mono8"],
          "remotePort": false}]}]})");
-    const std::regex listed("<pFeature>([^<]+)</pFeature>");
     for (const char* camera : {"GEV1", "USB1", "CL1"}) {
         for (const char* module : {"system", "interface", "device", "remote", "stream"}) {
             if (std::string(camera) == "CL1" && std::string(module) == "remote") {
@@ -265,9 +263,11 @@ TEST(LumocamCommandsTest, EveryListedFeatureIsInTheTreeOnce) {
             ASSERT_EQ(xml.code, 0) << camera << " " << module << xml.err;
             ASSERT_EQ(info.code, 0) << camera << " " << module << info.err;
             std::set<std::string> inDescription{"Root"};
-            for (std::sregex_iterator it(xml.out.begin(), xml.out.end(), listed), end; it != end;
-                 ++it) {
-                inDescription.insert((*it)[1].str());
+            const std::string open = "<pFeature>";
+            for (auto at = xml.out.find(open); at != std::string::npos;
+                 at = xml.out.find(open, at + 1)) {
+                const auto start = at + open.size();
+                inDescription.insert(xml.out.substr(start, xml.out.find('<', start) - start));
             }
             std::multiset<std::string> inTree;
             CollectNames(json::parse(info.out)["features"], inTree);
