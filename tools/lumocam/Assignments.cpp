@@ -43,15 +43,18 @@ std::vector<Assignment> ParseAssignments(const std::vector<std::string>& words) 
 
 void ApplyAssignments(GenApi::INodeMap& map, const std::vector<Assignment>& assignments,
                       std::ostream* out) {
+    // Names and missing values are checked first: a typo in the last word
+    // must not leave the first ones written.
+    for (const auto& assignment : assignments) {
+        GenApi::INode* node = RequireFeature(map, assignment.feature);
+        if (!assignment.value && node->GetPrincipalInterfaceType() != GenApi::intfICommand) {
+            throw ToolError(kExitUsage, assignment.feature + " needs a value (" +
+                                            assignment.feature + "=VALUE)");
+        }
+    }
     std::string applied;
     for (const auto& assignment : assignments) {
         try {
-            GenApi::INode* node = RequireFeature(map, assignment.feature);
-            const bool isCommand = node->GetPrincipalInterfaceType() == GenApi::intfICommand;
-            if (!assignment.value && !isCommand) {
-                throw ToolError(kExitUsage, assignment.feature + " needs a value (" +
-                                                assignment.feature + "=VALUE)");
-            }
             const std::string written =
                 WriteFeature(map, assignment.feature, assignment.value.value_or("exec"));
             if (out != nullptr) {
