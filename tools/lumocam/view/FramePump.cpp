@@ -110,7 +110,9 @@ void FramePump::Run() {
             continue;
         }
         try {
-            m_board.Publish(std::make_shared<const ViewFrame>(*image, m_board.NextSequence()));
+            auto frame = std::make_shared<const ViewFrame>(*image, m_board.NextSequence());
+            frame->Jpeg();  // encoded here, so that waiting requests are answered at once
+            m_board.Publish(std::move(frame));
         } catch (const std::exception& e) {
             {
                 std::lock_guard lock(m_mutex);

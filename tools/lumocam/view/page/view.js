@@ -9,6 +9,7 @@ const $ = (id) => document.getElementById(id);
 const view = {
   seq: 0,            // sequence number of the frame on screen
   framesShown: 0,
+  framesReceived: 0, // a frame drawn late gives way to a newer one: received >= shown
   frameTimes: [],    // when recent frames were drawn (ms), for the page's own fps
   pageFps: 0,
   histogramDraws: 0,
@@ -155,8 +156,7 @@ function countFrame() {
   $('page-fps').textContent = view.pageFps;
 }
 
-async function showFrame(response) {
-  const blob = await response.blob();
+async function drawFrame({ blob, seq }) {
   const bitmap = await createImageBitmap(blob);
   if (picture.width !== bitmap.width || picture.height !== bitmap.height) {
     picture.width = bitmap.width;
@@ -166,27 +166,64 @@ async function showFrame(response) {
   bitmap.close();
   view.frameWidth = picture.width;
   view.frameHeight = picture.height;
-  view.seq = Number(response.headers.get('X-Frame-Seq'));
+  view.seq = seq;
   $('snapshot-png').disabled = false;
   $('snapshot-raw').disabled = false;
   countFrame();
   requestHistogram();
 }
 
-// The page asks for the next frame as soon as it drew the last one, so the
-// frame rate is what camera, server, network and browser manage together.
-async function frameLoop() {
-  for (;;) {
+// Decoding runs beside the next request; when frames come faster than they
+// are drawn, only the newest waiting one is drawn.
+let waitingFrame = null;
+let drawing = false;
+async function queueFrame(frame) {
+  waitingFrame = frame;
+  if (drawing) return;
+  drawing = true;
+  while (waitingFrame) {
+    const next = waitingFrame;
+    waitingFrame = null;
     try {
-      const response = await fetch(`/api/frame?after=${view.seq}&timeout=1000`, { cache: 'no-store' });
+      await drawFrame(next);
+    } catch (error) {
+      say('cannot draw a frame: ' + error.message, true);
+    }
+  }
+  drawing = false;
+}
+
+// Two requests are kept waiting, for the next frame and the one after it, so
+// that the time a response takes to travel hides behind the other request.
+// The frame rate is then what camera, server and browser manage together.
+let issuedAfter = -1;
+let receivedSeq = 0;
+async function frameWorker() {
+  let after = null;
+  for (;;) {
+    if (after === null) {
+      after = Math.max(issuedAfter + 1, receivedSeq);
+      issuedAfter = Math.max(issuedAfter, after);
+    }
+    try {
+      const response = await fetch(`/api/frame?after=${after}&timeout=1000`, { cache: 'no-store' });
       if (response.status === 200) {
-        await showFrame(response);
+        const seq = Number(response.headers.get('X-Frame-Seq'));
+        const blob = await response.blob();
+        after = null;
+        if (seq > receivedSeq) {  // the other request may have brought it already
+          receivedSeq = seq;
+          view.framesReceived += 1;
+          queueFrame({ blob, seq });
+        }
       } else if (response.status !== 204) {
+        after = null;
         await sleep(500);
       } else if (!view.grabbing) {
-        await sleep(200);
+        await sleep(200);  // nothing comes; ask again with the same threshold
       }
     } catch (error) {
+      after = null;
       await sleep(500);
     }
   }
@@ -510,4 +547,5 @@ action(async () => {
   await refreshStatus();
 })();
 statusLoop();
-frameLoop();
+frameWorker();
+frameWorker();
