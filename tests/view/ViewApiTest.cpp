@@ -27,6 +27,22 @@ std::string Config() {
        "sensorWidth": 64, "sensorHeight": 48, "pixelFormats": ["Mono12"], "frameRate": 0}]}]})";
 }
 
+// Finds a feature in the tree by name.
+const json* FindFeature(const json& node, const std::string& name) {
+    if (node.value("name", "") == name && node["type"] != "category") {
+        return &node;
+    }
+    if (!node.contains("children")) {
+        return nullptr;
+    }
+    for (const auto& child : node["children"]) {
+        if (const json* found = FindFeature(child, name)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
 class ViewApiTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -194,25 +210,14 @@ TEST_F(ViewApiTest, WidthWrittenDuringAcquisitionChangesTheFrames) {
     const Frame after = NextFrame(GetJson("/api/status")["frame"]["seq"]);
     ASSERT_EQ(after.status, 200);
     EXPECT_EQ(after.width, 320);
+    // The tree tells the page that the locked Width can still be edited; a
+    // feature that is read-only at any time cannot.
+    const json tree = GetJson("/api/features");
+    EXPECT_EQ((*FindFeature(tree["root"], "Width")).value("pausable", false), true);
+    EXPECT_EQ((*FindFeature(tree["root"], "SensorWidth")).value("pausable", false), false);
     const json status = GetJson("/api/status");
     EXPECT_EQ(status["grabbing"], true);
     EXPECT_GT(status["featureChanges"].get<std::uint64_t>(), changes);
-}
-
-// Finds a feature in the tree by name.
-const json* FindFeature(const json& node, const std::string& name) {
-    if (node.value("name", "") == name && node["type"] != "category") {
-        return &node;
-    }
-    if (!node.contains("children")) {
-        return nullptr;
-    }
-    for (const auto& child : node["children"]) {
-        if (const json* found = FindFeature(child, name)) {
-            return found;
-        }
-    }
-    return nullptr;
 }
 
 TEST_F(ViewApiTest, FeatureTreeGivesEachControlWhatItNeeds) {

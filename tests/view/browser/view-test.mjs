@@ -33,6 +33,15 @@ function check(condition, what) {
   console.log(`${condition ? 'ok  ' : 'FAIL'} ${what}`);
   if (!condition) failures.push(what);
 }
+// Runs one group of checks; an exception fails that group only, so that one
+// broken rule does not hide the others.
+async function step(what, body) {
+  try {
+    await body();
+  } catch (error) {
+    check(false, `${what}: ${error.message}`);
+  }
+}
 const sleep = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
 
 // A 640 x 480 colour camera at 30 frames/s.
@@ -121,11 +130,14 @@ try {
   check(consoleErrors.length === 0 && pageErrors.length === 0,
     `page loads without console errors ${JSON.stringify([...consoleErrors, ...pageErrors])}`);
 
-  // Two successive frames differ: the simulated scene moves.
-  const firstHash = await page.evaluate(pictureHash);
-  const shown = await frames();
-  await page.waitForFunction((n) => window.lumoView.framesShown > n, { timeout: 5000 }, shown);
-  check(firstHash !== await page.evaluate(pictureHash), 'the picture updates: two successive frames differ');
+  await step('the picture updates', async () => {
+    // Two successive frames differ: the simulated scene moves.
+    const firstHash = await page.evaluate(pictureHash);
+    const shown = await frames();
+    await page.waitForFunction((n) => window.lumoView.framesShown > n, { timeout: 5000 }, shown);
+    check(firstHash !== await page.evaluate(pictureHash),
+      'the picture updates: two successive frames differ');
+  });
 
   // The page's own frame counter over ten seconds.
   const received = () => page.evaluate(() => window.lumoView.framesReceived);
@@ -152,44 +164,58 @@ try {
   check(histogram.draws > 0 && histogram.painted > 500,
     `the histogram draws (${histogram.draws} times, ${histogram.painted} pixels painted)`);
 
-  const setFeature = (name, value) => page.$eval(`[data-feature="${name}"].feature .control > *`,
-    (control, v) => {
-      control.value = v;
-      control.dispatchEvent(new Event('change'));
-    }, value);
-
-  // Width from the feature tree changes the picture's size.
-  await setFeature('Width', '320');
-  const resized = await page.waitForFunction(() => window.lumoView.frameWidth === 320,
-    { timeout: 10000 }).then(() => true, () => false);
-  check(resized, 'Width 320 in the feature tree gives a 320 pixel wide picture');
-
-  // Out of range: the error stands beside the feature.
-  await setFeature('Width', '99999');
-  const errorText = await page.waitForFunction(() => {
-    const error = document.querySelector('.feature[data-feature="Width"] .error');
-    return error && error.textContent.includes('out of range') ? error.textContent : false;
-  }, { timeout: 5000 }).then((handle) => handle.jsonValue(), () => '');
-  check(errorText !== '', `an out-of-range Width shows its error beside the feature: "${errorText}"`);
-
-  // A command button runs: with triggering on, TriggerSoftware brings one frame.
-  await setFeature('TriggerMode', 'On');
-  let quiet = await frames();
-  for (let i = 0; i < 20; ++i) {
-    await sleep(400);
-    const now = await frames();
-    if (now === quiet) break;
-    quiet = now;
+  // As a user does it: type into the field and press Enter, or pick an entry.
+  async function setFeature(name, value) {
+    const selector = `.feature[data-feature="${name}"] .control > :first-child`;
+    const tag = await page.$eval(selector, (control) => control.tagName);
+    if (tag === 'SELECT') {
+      await page.select(selector, value);
+      return;
+    }
+    const input = await page.$(selector);
+    await input.click({ clickCount: 3 });
+    await input.type(value);
+    await input.press('Enter');
   }
-  await page.$eval('.feature[data-feature="TriggerSoftware"] button', (button) => button.click());
-  const triggered = await page.waitForFunction((n) => window.lumoView.framesShown > n,
-    { timeout: 5000 }, quiet).then(() => true, () => false);
-  check(triggered, 'the TriggerSoftware button runs the command: a triggered frame arrives');
-  await setFeature('TriggerMode', 'Off');
-  await setFeature('Width', '640');
-  await page.waitForFunction(() => window.lumoView.frameWidth === 640, { timeout: 10000 })
-    .catch(() => {});
-  await sleep(500);
+
+  await step('Width changes the picture', async () => {
+    // Width from the feature tree changes the picture's size.
+    await setFeature('Width', '320');
+    const resized = await page.waitForFunction(() => window.lumoView.frameWidth === 320,
+      { timeout: 10000 }).then(() => true, () => false);
+    check(resized, 'Width 320 in the feature tree gives a 320 pixel wide picture');
+  });
+
+  await step('out-of-range error', async () => {
+    // Out of range: the error stands beside the feature.
+    await setFeature('Width', '99999');
+    const errorText = await page.waitForFunction(() => {
+      const error = document.querySelector('.feature[data-feature="Width"] .error');
+      return error && error.textContent.includes('out of range') ? error.textContent : false;
+    }, { timeout: 5000 }).then((handle) => handle.jsonValue(), () => '');
+    check(errorText !== '', `an out-of-range Width shows its error beside the feature: "${errorText}"`);
+  });
+
+  await step('command button', async () => {
+    // A command button runs: with triggering on, TriggerSoftware brings one frame.
+    await setFeature('TriggerMode', 'On');
+    let quiet = await frames();
+    for (let i = 0; i < 20; ++i) {
+      await sleep(400);
+      const now = await frames();
+      if (now === quiet) break;
+      quiet = now;
+    }
+    await (await page.$('.feature[data-feature="TriggerSoftware"] button')).click();
+    const triggered = await page.waitForFunction((n) => window.lumoView.framesShown > n,
+      { timeout: 5000 }, quiet).then(() => true, () => false);
+    check(triggered, 'the TriggerSoftware button runs the command: a triggered frame arrives');
+    await setFeature('TriggerMode', 'Off');
+    await setFeature('Width', '640');
+    await page.waitForFunction(() => window.lumoView.frameWidth === 640, { timeout: 10000 })
+      .catch(() => {});
+    await sleep(500);
+  });
 
   mkdirSync(artefacts, { recursive: true });
   const shot = path.join(artefacts, 'view.png');

@@ -18,10 +18,6 @@ std::string Text(const char* value) {
 constexpr Module kWatchedModules[] = {Module::System, Module::Interface, Module::Device,
                                       Module::Remote, Module::Stream};
 
-std::string IdleKey(Module module, const std::string& name) {
-    return std::string(ModuleName(module)) + "/" + name;
-}
-
 void WriteProducers(JsonWriter& json) {
     json.Key("producers").BeginArray();
     for (const ProducerReport& report : GetProducerReports()) {
@@ -194,9 +190,15 @@ void CameraHub::NoteIdleWritable(Module module, GenApi::INodeMap& map) {
     map.GetNodes(nodes);
     for (GenApi::INode* node : nodes) {
         if (node->IsFeature() && GenApi::IsWritable(node)) {
-            m_idleWritable.insert(IdleKey(module, node->GetName().str()));
+            m_idleWritable[module].insert(node->GetName().str());
         }
     }
+}
+
+bool CameraHub::Pausable(Module module, const std::string& name) const {
+    const auto features = m_idleWritable.find(module);
+    return m_pump != nullptr && features != m_idleWritable.end() &&
+           features->second.count(name) != 0;
 }
 
 void CameraHub::Close() {
@@ -261,7 +263,7 @@ void CameraHub::WriteFeatures(JsonWriter& json, Module module) {
     GenApi::INodeMap& map = NodeMap(module);
     json.BeginObject().Field("module", ModuleName(module));
     json.Field("featureChanges", m_featureChanges.load());
-    WriteFeatureTree(json, map);
+    WriteFeatureTree(json, map, [&](const std::string& name) { return Pausable(module, name); });
     json.EndObject();
 }
 
@@ -276,8 +278,7 @@ void CameraHub::SetFeature(JsonWriter& json, Module module, const std::string& n
         written = WriteFeature(map, name, value);
     } catch (const ToolError& e) {
         // Only a feature that acquisition locks is worth a pause.
-        if (e.Code() != kExitAccessDenied || !m_pump ||
-            m_idleWritable.count(IdleKey(module, name)) == 0) {
+        if (e.Code() != kExitAccessDenied || !m_pump || !Pausable(module, name)) {
             throw;
         }
         Pause pause(*this);
@@ -286,7 +287,7 @@ void CameraHub::SetFeature(JsonWriter& json, Module module, const std::string& n
     }
     json.BeginObject().Field("name", name).Field("value", written);
     json.Field("paused", paused).Key("feature");
-    lumocam::WriteFeature(json, node);
+    lumocam::WriteFeature(json, node, Pausable(module, name));
     json.EndObject();
 }
 

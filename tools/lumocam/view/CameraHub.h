@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -56,6 +57,7 @@ private:
     GenApi::INodeMap& NodeMap(Module module) const;
     void StopLocked();
     void NoteIdleWritable(Module module, GenApi::INodeMap& map);
+    bool Pausable(Module module, const std::string& name) const;
     // Stops acquisition for the lifetime of the returned object, then starts
     // it again with the same strategy if it was running.
     class Pause;
@@ -68,9 +70,9 @@ private:
     std::string m_serial;
     VEXOGENICAM::DEVICE_OPEN_MODE m_mode = VEXOGENICAM::DEVICE_OPEN_MODE_CONTROL;
     std::vector<std::unique_ptr<FeatureWatch>> m_watches;
-    // "module/name" of the features writable while not acquiring, noted at
-    // open: only those are worth pausing acquisition for.
-    std::set<std::string> m_idleWritable;
+    // Per module, the features writable while not acquiring, noted at open:
+    // only those are worth pausing acquisition for.
+    std::map<Module, std::set<std::string>> m_idleWritable;
     VEXOGENICAM::GRAB_STRATEGY m_strategy = VEXOGENICAM::GRAB_STRATEGY_LATEST_IMAGE;
     PumpStats m_lastStats;  // of the acquisition that ran last
     std::unique_ptr<FramePump> m_pump;

@@ -57,8 +57,11 @@ Limits ReadLimits(INode* node) {
         for (INode* item : entries) {
             CEnumEntryPtr entry(item);
             if (entry && IsAvailable(entry)) {
-                limits.entries.emplace_back(entry->GetSymbolic().str(),
-                                            item->GetDisplayName().str());
+                // A display name that is only the node's name says less than the symbolic one.
+                const std::string symbolic = entry->GetSymbolic().str();
+                const std::string display = item->GetDisplayName().str();
+                limits.entries.emplace_back(symbolic,
+                                            display == item->GetName().str() ? symbolic : display);
             }
         }
     }
@@ -90,13 +93,14 @@ void WriteLimits(JsonWriter& json, const Limits& limits) {
     }
 }
 
-void WriteNode(JsonWriter& json, INode* node, std::set<INode*>& seen) {
+void WriteNode(JsonWriter& json, INode* node, std::set<INode*>& seen,
+               const PausableTest& pausable) {
     if (!seen.insert(node).second) {
         return;  // a feature listed in two categories is shown once
     }
     const EInterfaceType type = node->GetPrincipalInterfaceType();
     if (type != intfICategory) {
-        WriteFeature(json, node);
+        WriteFeature(json, node, !IsWritable(node) && pausable(node->GetName().str()));
         return;
     }
     json.BeginObject()
@@ -109,7 +113,7 @@ void WriteNode(JsonWriter& json, INode* node, std::set<INode*>& seen) {
     CCategoryPtr(node)->GetFeatures(children);
     for (IValue* child : children) {
         if (INode* childNode = child->GetNode(); childNode != nullptr && IsImplemented(childNode)) {
-            WriteNode(json, childNode, seen);
+            WriteNode(json, childNode, seen, pausable);
         }
     }
     json.EndArray().EndObject();
@@ -117,7 +121,7 @@ void WriteNode(JsonWriter& json, INode* node, std::set<INode*>& seen) {
 
 }  // namespace
 
-void WriteFeature(JsonWriter& json, INode* node) {
+void WriteFeature(JsonWriter& json, INode* node, bool pausable) {
     const EInterfaceType type = node->GetPrincipalInterfaceType();
     const EAccessMode mode = node->GetAccessMode();
     json.BeginObject()
@@ -130,6 +134,9 @@ void WriteFeature(JsonWriter& json, INode* node) {
     const std::string unit = FeatureUnit(node);
     if (!unit.empty()) {
         json.Field("unit", unit);
+    }
+    if (pausable) {
+        json.Field("pausable", true);
     }
     if (type == intfICommand || !IsReadable(mode)) {
         json.EndObject();
@@ -146,11 +153,11 @@ void WriteFeature(JsonWriter& json, INode* node) {
     json.EndObject();
 }
 
-void WriteFeatureTree(JsonWriter& json, INodeMap& map) {
+void WriteFeatureTree(JsonWriter& json, INodeMap& map, const PausableTest& pausable) {
     std::set<INode*> seen;
     json.Key("root");
     if (INode* root = map.GetNode("Root"); root != nullptr && CCategoryPtr(root)) {
-        WriteNode(json, root, seen);
+        WriteNode(json, root, seen, pausable);
         return;
     }
     // Without a Root category every feature hangs under one made-up category.
@@ -160,7 +167,7 @@ void WriteFeatureTree(JsonWriter& json, INodeMap& map) {
     map.GetNodes(nodes);
     for (INode* node : nodes) {
         if (node->IsFeature() && node->GetPrincipalInterfaceType() != intfICategory) {
-            WriteNode(json, node, seen);
+            WriteNode(json, node, seen, pausable);
         }
     }
     json.EndArray().EndObject();

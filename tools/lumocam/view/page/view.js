@@ -246,25 +246,24 @@ function requestHistogram() {
     .finally(() => { histogramBusy = false; });
 }
 
+// Linear counts, scaled so that the 98th percentile bin reaches the top: one
+// huge bin (a black border, a saturated area) does not flatten the rest.
 function drawHistogram(data) {
   const canvas = $('histogram');
   const g = canvas.getContext('2d');
   g.clearRect(0, 0, canvas.width, canvas.height);
-  let peak = 1;
-  for (const bins of data.bins) for (const count of bins) peak = Math.max(peak, count);
-  const scale = (count) => (Math.log1p(count) / Math.log1p(peak)) * (canvas.height - 2);
+  const counts = data.bins.flat().filter((count) => count > 0).sort((a, b) => a - b);
+  const top = counts.length ? counts[Math.floor((counts.length - 1) * 0.98)] : 1;
   const step = canvas.width / 256;
-  g.globalCompositeOperation = data.bins.length > 1 ? 'multiply' : 'source-over';
+  g.globalAlpha = data.bins.length > 1 ? 0.5 : 1;
   data.bins.forEach((bins, channel) => {
     g.fillStyle = histogramColours[data.channels[channel]];
-    g.globalAlpha = data.bins.length > 1 ? 0.6 : 1;
     bins.forEach((count, i) => {
-      const h = scale(count);
+      const h = Math.min(count / top, 1) * (canvas.height - 2);
       g.fillRect(i * step, canvas.height - h, Math.ceil(step), h);
     });
   });
   g.globalAlpha = 1;
-  g.globalCompositeOperation = 'source-over';
   view.histogramDraws += 1;
 }
 
@@ -317,8 +316,16 @@ $('snapshot-raw').addEventListener('click', () => {
 const rows = new Map();  // feature name -> {type, control, error, range, badge}
 const visibilityRank = { beginner: 0, expert: 1, guru: 2, invisible: 3 };
 
+// A feature locked by acquisition stays editable: the server pauses
+// acquisition around the write.
 function writable(feature) {
-  return feature.access === 'RW' || feature.access === 'WO';
+  return feature.access === 'RW' || feature.access === 'WO' || feature.pausable === true;
+}
+
+function badgeText(feature) {
+  if (feature.pausable) return 'pauses acquisition';
+  if (feature.access === 'RW' || feature.access === 'WO') return '';
+  return feature.access === 'RO' ? 'read-only' : feature.access;
 }
 
 function rangeText(feature) {
@@ -378,8 +385,8 @@ function updateRow(row, feature) {
   const { control } = row;
   const canWrite = writable(feature);
   const editing = document.activeElement === control;
-  row.badge.textContent = canWrite ? '' : (feature.access === 'RO' ? 'read-only' : feature.access);
-  row.badge.hidden = canWrite;
+  row.badge.textContent = badgeText(feature);
+  row.badge.hidden = row.badge.textContent === '';
   row.range.textContent = rangeText(feature);
   if (feature.error) row.error.textContent = feature.error;
   switch (feature.type) {
