@@ -88,12 +88,12 @@ function waitExit(child, ms) {
 
 async function launchBrowser() {
   const launchArgs = ['--headless=new', '--disable-gpu', '--disable-dev-shm-usage',
-    '--window-size=1400,900'];
+    '--window-size=1400,1050'];
   if (process.getuid && process.getuid() === 0) launchArgs.push('--no-sandbox');
   try {
     return await puppeteer.launch({
       executablePath: chromiumPath, headless: true, args: launchArgs,
-      defaultViewport: { width: 1400, height: 900 },
+      defaultViewport: { width: 1400, height: 1050 },
     });
   } catch (error) {
     console.log(`SKIP: Chromium (${chromiumPath}) cannot start: ${error.message}`);
@@ -215,6 +215,21 @@ try {
     await page.waitForFunction(() => window.lumoView.frameWidth === 640, { timeout: 10000 })
       .catch(() => {});
     await sleep(500);
+  });
+
+  await step('zoom and pixel value', async () => {
+    // 1:1 shows one screen pixel per camera pixel; the pointer reads a pixel's value.
+    await (await page.$('#zoom-1to1')).click();
+    const scale = await page.$eval('#picture', (canvas) => canvas.clientWidth / canvas.width);
+    check(scale === 1, `1:1 shows the picture unscaled (scale ${scale})`);
+    await (await page.$('#zoom-1to1')).click();
+    const box = await (await page.$('#picture')).boundingBox();
+    await page.mouse.move(box.x + box.width * 0.05, box.y + box.height * 0.1);
+    const pixel = await page.waitForFunction(() => {
+      const text = document.getElementById('pixel').textContent;
+      return /^pixel \(\d+, \d+\) BayerRG8: R \d+ G \d+ B \d+/.test(text) ? text : false;
+    }, { timeout: 5000 }).then((handle) => handle.jsonValue(), () => '');
+    check(pixel !== '', `the pixel value under the pointer is shown: "${pixel}"`);
   });
 
   mkdirSync(artefacts, { recursive: true });
