@@ -33,6 +33,9 @@ ViewServer::ViewServer(CameraHub& hub) : m_hub(hub), m_server(std::make_unique<h
     httplib::Server& server = *m_server;
     server.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
     server.set_keep_alive_timeout(2);
+    // Headers and body go out in separate writes; without this the body of a
+    // frame waits for the browser's delayed acknowledgement of the headers.
+    server.set_tcp_nodelay(true);
     server.set_payload_max_length(16 * 1024 * 1024);  // feature sets are text files
     AddApiRoutes(server, m_hub);
     server.Get(R"(/[A-Za-z0-9._-]*)",
