@@ -54,6 +54,8 @@ public:
     std::string Out() const { return Read(OutPath()); }
     std::string Err() const { return Read(ErrPath()); }
 
+    void Signal(int signal) { kill(m_pid, signal); }
+
     // Sends the signal and waits up to `limit` for the exit; the exit code,
     // 128 + signal when killed, or -1 when it did not end in time.
     int Stop(int signal, std::chrono::milliseconds limit) {

@@ -26,7 +26,13 @@ public:
         sigaddset(&m_set, SIGTERM);
         pthread_sigmask(SIG_BLOCK, &m_set, &m_previous);
     }
-    ~StopSignals() { pthread_sigmask(SIG_SETMASK, &m_previous, nullptr); }
+    ~StopSignals() {
+        // A second Ctrl-C pressed during the shutdown would otherwise end the
+        // process the moment the signals are unblocked, after a clean stop.
+        while (Wait(0) != 0) {
+        }
+        pthread_sigmask(SIG_SETMASK, &m_previous, nullptr);
+    }
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
 
