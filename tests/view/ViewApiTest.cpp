@@ -405,6 +405,8 @@ TEST(ViewShutdownTest, StopSignalsCloseTheCameraAndEndTheServer) {
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
         for (std::size_t i = 0; i + 1 < signals.size(); ++i) {
             server.Signal(signals[i]);
+            // Two signals at once would merge into one; the second comes while stopping.
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
         EXPECT_EQ(server.Stop(signals.back(), std::chrono::seconds(8)), 0)
             << signals.size() << " signal(s), last " << signals.back() << ": " << server.Err();

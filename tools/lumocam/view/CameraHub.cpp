@@ -66,7 +66,7 @@ public:
             try {
                 m_hub.m_pump = std::make_unique<FramePump>(m_hub.m_camera.get(), m_hub.m_strategy,
                                                            m_hub.m_board);
-            } catch (const ToolError& e) {
+            } catch (const std::exception& e) {
                 m_hub.m_lastStats.lastError = e.what();  // shown on the page; the write stands
             }
         }
