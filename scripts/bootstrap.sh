@@ -17,13 +17,15 @@ BUILD_PACKAGES=(
     libaravis-dev libusb-1.0-0-dev libspdlog-dev zlib1g-dev libhwy-dev
     # simulated producer
     nlohmann-json3-dev
-    # command-line tool
-    libpng-dev libcli11-dev
+    # command-line tool (lumocam view: HTTP server, JPEG)
+    libpng-dev libcli11-dev libcpp-httplib-dev libturbojpeg0-dev
 )
 TEST_PACKAGES=(
     libgtest-dev libgmock-dev clang-format
     # fake GigE Vision camera for the LumoGev.cti tests (run in a private network namespace)
     aravis-tools
+    # lumocam view's page in a real browser (puppeteer-core comes from npm, see below)
+    chromium nodejs
 )
 BENCH_PACKAGES=(
     libbenchmark-dev
@@ -47,12 +49,30 @@ case "$profile" in
     *) echo "bootstrap: unknown profile '$profile' (build, test, bench, docs or fuzz)" >&2; exit 2 ;;
 esac
 
+# The browser test's Node packages, pinned by package-lock.json; puppeteer-core
+# drives Debian's Chromium and downloads no browser.
+install_browser_test_modules() {
+    local dir
+    dir="$(cd "$(dirname "$0")/.." && pwd)/tests/view/browser"
+    [[ "$profile" == test && -f "$dir/package-lock.json" ]] || return 0
+    [[ "$dir/node_modules/.package-lock.json" -nt "$dir/package-lock.json" ]] && return 0
+    if ! command -v npm >/dev/null 2>&1; then
+        echo "bootstrap: npm is missing; the browser test will fail until it is installed" >&2
+        return 0
+    fi
+    echo "bootstrap: npm ci in tests/view/browser"
+    (cd "$dir" && npm ci --no-audit --no-fund --loglevel=error >/dev/null)
+}
+
 missing=()
 for pkg in "${PACKAGES[@]}"; do
     status=$(dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null || true)
     [[ "$status" == "install ok installed" ]] || missing+=("$pkg")
 done
-[[ ${#missing[@]} -eq 0 ]] && exit 0
+if [[ ${#missing[@]} -eq 0 ]]; then
+    install_browser_test_modules
+    exit 0
+fi
 
 echo "bootstrap: installing ${missing[*]}"
 if [[ $(id -u) -eq 0 ]]; then
@@ -67,4 +87,5 @@ fi
 export DEBIAN_FRONTEND=noninteractive
 "${SUDO[@]}" apt-get update -qq
 "${SUDO[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+install_browser_test_modules
 echo "bootstrap: done"

@@ -85,4 +85,13 @@ struct DemoOptions {
 };
 int RunDemo(const DemoOptions& options);
 
+struct ViewOptions {
+    std::string camera;  // opened and started at once; empty: chosen on the page
+    int port = 8080;     // 0: any free port
+    std::string listen = "127.0.0.1";
+    std::string mode = "control";
+    std::string strategy = "latest";
+};
+int RunView(const ViewOptions& options);
+
 }  // namespace lumocam

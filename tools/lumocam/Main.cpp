@@ -149,6 +149,16 @@ int main(int argc, char** argv) {
         app.add_subcommand("demo", "a guided tour on the simulated camera (make run)");
     demoCmd->add_option("--out", demo.outDir, "folder for the pictures (default lumocam-demo)");
 
+    ViewOptions view;
+    CLI::App* viewCmd = app.add_subcommand("view", "live view and feature editor in the browser");
+    viewCmd->add_option("camera", view.camera, "serial number or index to open at once");
+    viewCmd->add_option("--port", view.port, "TCP port (default 8080; 0 takes a free one)");
+    viewCmd->add_option("--listen", view.listen,
+                        "address to serve on (default 127.0.0.1; others are reachable by anybody "
+                        "on that network)");
+    viewCmd->add_option("--mode", view.mode, "read-only, control (default) or exclusive");
+    viewCmd->add_option("--strategy", view.strategy, "latest (default), one-by-one or upcoming");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -199,6 +209,8 @@ int main(int argc, char** argv) {
             return RunGrab(grab);
         if (demoCmd->parsed())
             return RunDemo(demo);
+        if (viewCmd->parsed())
+            return RunView(view);
     } catch (const ToolError& e) {
         std::cerr << "lumocam: " << e.what() << "\n";
         return e.Code();
