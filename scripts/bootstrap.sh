@@ -69,6 +69,10 @@ for pkg in "${PACKAGES[@]}"; do
     status=$(dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null || true)
     [[ "$status" == "install ok installed" ]] || missing+=("$pkg")
 done
+# Debian's nodejs comes without npm; a Node.js from elsewhere brings its own.
+if [[ "$profile" == test ]] && ! command -v npm >/dev/null 2>&1; then
+    missing+=(npm)
+fi
 if [[ ${#missing[@]} -eq 0 ]]; then
     install_browser_test_modules
     exit 0
