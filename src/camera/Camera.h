@@ -133,9 +133,7 @@ protected:
     void Retire();
     // Records the result of the stream stop: a stream that did not stop keeps
     // its buffers announced until a later stop works.
-    void NoteStreamStop(int result) {
-        m_bStreamStopFailed = !Succeeded("stop", "DSStopAcquisition", result);
-    }
+    void NoteStreamStop(int result);
     // Flushes both queues of the stream; a failure is repaired before the
     // next revocation.
     void FlushQueues(CCti* cti, void* stream, const char* step);

@@ -320,6 +320,12 @@ void CCamera::StopGrab() {
     }
 }
 
+void CCamera::NoteStreamStop(int result) {
+    // GC_ERR_RESOURCE_IN_USE: the stream was not running (any more).
+    m_bStreamStopFailed = result != GenTL::GC_ERR_RESOURCE_IN_USE &&
+                          !Succeeded("StopGrab", "DSStopAcquisition", result);
+}
+
 void CCamera::KillWaits(int count) {
     CCti* cti = StreamCti();
     if (cti == nullptr || m_hNewBufferEvent == nullptr) {

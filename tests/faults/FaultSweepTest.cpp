@@ -101,17 +101,21 @@ struct Rule {
 namespace open = result::open;
 namespace start = result::start_grab;
 namespace grab = result::grab_image;
-const Rule kRules[] = {
-    // The producer or its device list: discovery finds nothing.
-    {kDiscovery, "GCInitLib", 0, 0, kMissing},
-    {kDiscovery, "TLOpen", 0, 0, kMissing},
-    {kDiscovery, "TLUpdateInterfaceList", 0, 0, kMissing},
-    {kDiscovery, "TLGetNumInterfaces", 0, 0, kMissing},
-    {kDiscovery, "TLGetInterfaceID", 0, 0, kMissing},
-    {kDiscovery, "TLOpenInterface", 0, 0, kMissing},
-    {kDiscovery, "IFUpdateDeviceList", 0, 0, kMissing},
-    {kDiscovery, "IFGetNumDevices", 0, 0, kMissing},
-    {kDiscovery, "IFGetDeviceID", 0, 0, kMissing},
+// The producer or its device list: discovery finds nothing.
+#define LUMO_DISCOVERY_RULES                                                           \
+    {kDiscovery, "GCInitLib", 0, 0, kMissing}, {kDiscovery, "TLOpen", 0, 0, kMissing}, \
+        {kDiscovery, "TLUpdateInterfaceList", 0, 0, kMissing},                         \
+        {kDiscovery, "TLGetNumInterfaces", 0, 0, kMissing},                            \
+        {kDiscovery, "TLGetInterfaceID", 0, 0, kMissing},                              \
+        {kDiscovery, "TLOpenInterface", 0, 0, kMissing},                               \
+        {kDiscovery, "IFUpdateDeviceList", 0, 0, kMissing},                            \
+        {kDiscovery, "IFGetNumDevices", 0, 0, kMissing}, {                             \
+        kDiscovery, "IFGetDeviceID", 0, 0, kMissing                                    \
+    }
+
+// A camera with a remote device.
+const std::vector<Rule> kCameraRules = {
+    LUMO_DISCOVERY_RULES,
     {kOpen, "IFUpdateDeviceList", 0, 0, OpenGives(open::kDeviceNotOpened)},
     {kOpen, "IFOpenDevice", 0, 0, OpenGives(open::kDeviceNotOpened)},
     {kOpen, "DevGetPort", 0, 0, OpenGives(open::kNoRemotePort)},
@@ -131,8 +135,42 @@ const Rule kRules[] = {
     {kGrab, "DSGetBufferInfo", 1, 16, GrabGives(grab::kImageInfoFailed)},
 };
 
-Codes Expected(Phase phase, const std::string& function, unsigned long long inPhase) {
-    for (const auto& rule : kRules) {
+// A Camera Link grabber: no remote device, buffers of the camera's own memory.
+const std::vector<Rule> kGrabberRules = {
+    LUMO_DISCOVERY_RULES,
+    // Without its transport type the record makes a plain camera, which needs a remote device.
+    {kDiscovery, "IFGetDeviceInfo", 2, 2, OpenGives(open::kNoRemotePort)},
+    {kOpen, "IFOpenDevice", 0, 0, OpenGives(open::kDeviceNotOpened)},
+    {kOpen, "DevGetNumDataStreams", 0, 0, OpenGives(open::kStreamCountFailed)},
+    {kOpen, "DevGetDataStreamID", 0, 0, OpenGives(open::kStreamIdFailed)},
+    {kOpen, "DevOpenDataStream", 0, 0, OpenGives(open::kStreamOpenFailed)},
+    {kStart, "GCGetPortURL", 0, 0, StartGives(start::kNoNodeMap)},
+    {kStart, "GCReadPort", 1, 1, StartGives(start::kNoNodeMap)},
+    {kStart, "GCReadPort", 2, 4, StartGives(start::kNoBuffers)},  // the geometry
+    // Every buffer is needed: one refused fails the start.
+    {kStart, "DSAnnounceBuffer", 0, 0, StartGives(start::kNoBuffers)},
+    {kStart, "GCRegisterEvent", 0, 0, StartGives(start::kEventRefused)},
+    {kStart, "DSStartAcquisition", 0, 0, StartGives(start::kStartRefused)},
+    {kGrab, "EventGetData", 0, 0, GrabGives(grab::kWaitFailed)},
+    {kGrab, "DSGetBufferInfo", 1, 16, GrabGives(grab::kImageInfoFailed)},
+};
+
+struct Transport {
+    const char* name;
+    Device device;
+    const std::vector<Rule>& rules;
+};
+
+std::vector<Transport> Transports() {
+    Device grabber;
+    grabber.tlType = "CL";
+    grabber.extra = R"(, "remotePort": false)";
+    return {{"camera", Device{}, kCameraRules}, {"grabber", grabber, kGrabberRules}};
+}
+
+Codes Expected(const std::vector<Rule>& rules, Phase phase, const std::string& function,
+               unsigned long long inPhase) {
+    for (const auto& rule : rules) {
         if (rule.phase == phase && function == rule.function &&
             (rule.first == 0 || (inPhase >= rule.first && inPhase <= rule.last))) {
             return rule.codes;
@@ -206,22 +244,23 @@ void ExpectOpensAgain(ICamera* camera) {
     EXPECT_EQ(held.buffers, 0u) << "buffers left announced";
 }
 
-void WriteConfig(const std::string& faults) {
+void WriteConfig(const Device& device, const std::string& faults) {
     const auto path = lumo_test::ScenarioPath() / "sweep.json";
-    std::ofstream(path, std::ios::trunc) << Config(Device{}, R"(, "faults": {)" + faults + "}");
+    std::ofstream(path, std::ios::trunc) << Config(device, R"(, "faults": {)" + faults + "}");
     setenv("LUMOSIM_CONFIG", path.c_str(), 1);
 }
 
 // The application's path under `faults` (the body of the configuration's "faults"), with the
-// checks that the camera works again: a restart after StopGrab, a reopen after Close, a new
-// Init after UnInit. The faults end after the phase `clearAfter` (kStop or kClose), else only
-// as configured; while they last, no check runs. With a call log, the log's length at the end
+// checks that the camera works again: a restart after StopGrab and a reopen after Close, unless
+// `reopen` is false (a faulted discovery may leave the record incomplete). The faults end after
+// the phase `clearAfter` (kStop or kClose), else only as configured; while they last, no check
+// runs. With a call log, the log's length at the end
 // of each phase goes to `marks`.
-Codes RunPath(const std::string& faults, Phase clearAfter, const std::string& what,
-              const lumo_test::CallLog* log = nullptr,
+Codes RunPath(const Device& device, const std::string& faults, Phase clearAfter, bool reopen,
+              const std::string& what, const lumo_test::CallLog* log = nullptr,
               std::array<size_t, kPhases>* marks = nullptr) {
     SCOPED_TRACE("after " + what);
-    WriteConfig(faults);
+    WriteConfig(device, faults);
     auto mark = [&](Phase phase) {
         if (log != nullptr && marks != nullptr) {
             (*marks)[phase] = log->Lines().size();
@@ -255,7 +294,9 @@ Codes RunPath(const std::string& faults, Phase clearAfter, const std::string& wh
         if (clearAfter == kStop) {
             ClearFaults();
         }
-        if (clearAfter != kClose && codes.start == start::kNoNodeMap) {
+        if (!reopen) {
+            // only a new Init must work
+        } else if (clearAfter != kClose && codes.start == start::kNoNodeMap) {
             // A description that failed to load stays unloaded until the next open.
             EXPECT_EQ(camera->StartGrab(GRAB_STRATEGY_ONE_BY_ONE, GENTL_INFINITE),
                       start::kNoNodeMap);
@@ -268,7 +309,9 @@ Codes RunPath(const std::string& faults, Phase clearAfter, const std::string& wh
         if (clearAfter == kClose) {
             ClearFaults();
         }
-        ExpectOpensAgain(camera);
+        if (reopen) {
+            ExpectOpensAgain(camera);
+        }
         camera->Release();
     }
     mark(kReopen);
@@ -281,9 +324,9 @@ Codes RunPath(const std::string& faults, Phase clearAfter, const std::string& wh
 }
 
 // A new Init after the faulted one finds the camera and works.
-void ExpectNewInitWorks() {
+void ExpectNewInitWorks(const Device& device) {
     SCOPED_TRACE("the next Init");
-    WriteConfig("");
+    WriteConfig(device, "");
     Init();
     std::list<ICameraInfo*> infos = Discovery(nullptr);
     ASSERT_EQ(infos.size(), 1u);
@@ -309,10 +352,10 @@ auto ByDeadline(const std::string& what, F&& body) {
 }
 
 // The calls of the fault-free run by phase, those made while the producer was initialised.
-std::vector<Call> ReferenceCalls() {
+std::vector<Call> ReferenceCalls(const Device& device) {
     lumo_test::CallLog log(lumo_test::ScenarioPath() / "calls.log");
     std::array<size_t, kPhases> marks{};
-    RunPath("", kNever, "the fault-free run", &log, &marks);
+    RunPath(device, "", kNever, true, "the fault-free run", &log, &marks);
     std::vector<Call> calls;
     std::map<std::string, unsigned long long> total;
     std::map<std::pair<std::string, int>, unsigned long long> perPhase;
@@ -354,24 +397,29 @@ std::string Name(const Call& call) {
 // Every call of the path failed once, each in a run of its own.
 TEST(FaultSweepTest, EveryCallFailedOnce) {
     CAMERA_SCENARIO();
-    const std::vector<Call> calls = ReferenceCalls();
-    ASSERT_FALSE(calls.empty());
     int cases = 0;
-    for (const auto& call : calls) {
-        if (call.phase == kRestart || call.phase == kReopen) {
-            continue;  // the checks after a case, not part of the path
+    for (const auto& transport : Transports()) {
+        SCOPED_TRACE(transport.name);
+        const Device& device = transport.device;
+        const std::vector<Call> calls = ReferenceCalls(device);
+        ASSERT_FALSE(calls.empty());
+        for (const auto& call : calls) {
+            if (call.phase == kRestart || call.phase == kReopen) {
+                continue;  // the checks after a case, not part of the path
+            }
+            const std::string what = Name(call) + " failed once";
+            SCOPED_TRACE(what);
+            const Codes codes = ByDeadline(what, [&] {
+                const Codes codes =
+                    RunPath(device, CallFault(call.function, "nth", call.occurrence), kNever,
+                            call.phase != kDiscovery, what);
+                ExpectNewInitWorks(device);
+                return codes;
+            });
+            EXPECT_EQ(codes, Expected(transport.rules, call.phase, call.function, call.inPhase))
+                << what << ": " << Describe(codes);
+            ++cases;
         }
-        const std::string what = Name(call) + " failed once";
-        SCOPED_TRACE(what);
-        const Codes codes = ByDeadline(what, [&] {
-            const Codes codes =
-                RunPath(CallFault(call.function, "nth", call.occurrence), kNever, what);
-            ExpectNewInitWorks();
-            return codes;
-        });
-        EXPECT_EQ(codes, Expected(call.phase, call.function, call.inPhase))
-            << what << ": " << Describe(codes);
-        ++cases;
     }
     RecordProperty("cases", cases);
 }
@@ -381,28 +429,33 @@ TEST(FaultSweepTest, EveryCallFailedOnce) {
 // works again.
 TEST(FaultSweepTest, EveryStopCallFailedAlways) {
     CAMERA_SCENARIO();
-    std::map<std::string, unsigned long long> before;  // calls before the stop, by function
-    std::map<std::string, bool> inStop;                // the stop path's calls: in StopGrab?
-    for (const auto& call : ReferenceCalls()) {
-        if (call.phase < kStop) {
-            before[call.function] = call.occurrence;
-        } else if (call.phase == kStop || call.phase == kClose) {
-            inStop[call.function] = inStop[call.function] || call.phase == kStop;
-        }
-    }
-    ASSERT_FALSE(inStop.empty());
-    for (const auto& [function, stopping] : inStop) {
-        for (const Phase clearAfter : {kStop, kClose}) {
-            if (clearAfter == kStop && !stopping) {
-                continue;
+    for (const auto& transport : Transports()) {
+        SCOPED_TRACE(transport.name);
+        const Device& device = transport.device;
+        std::map<std::string, unsigned long long> before;  // calls before the stop, by function
+        std::map<std::string, bool> inStop;                // the stop path's calls: in StopGrab?
+        for (const auto& call : ReferenceCalls(device)) {
+            if (call.phase < kStop) {
+                before[call.function] = call.occurrence;
+            } else if (call.phase == kStop || call.phase == kClose) {
+                inStop[call.function] = inStop[call.function] || call.phase == kStop;
             }
-            const std::string what =
-                function + " failing from the stop through " + kPhaseNames[clearAfter];
-            SCOPED_TRACE(what);
-            const Codes codes = ByDeadline(what, [&] {
-                return RunPath(CallFault(function, "after", before[function]), clearAfter, what);
-            });
-            EXPECT_EQ(codes, kClean) << what << ": " << Describe(codes);
+        }
+        ASSERT_FALSE(inStop.empty());
+        for (const auto& [function, stopping] : inStop) {
+            for (const Phase clearAfter : {kStop, kClose}) {
+                if (clearAfter == kStop && !stopping) {
+                    continue;
+                }
+                const std::string what =
+                    function + " failing from the stop through " + kPhaseNames[clearAfter];
+                SCOPED_TRACE(what);
+                const Codes codes = ByDeadline(what, [&] {
+                    return RunPath(device, CallFault(function, "after", before[function]),
+                                   clearAfter, true, what);
+                });
+                EXPECT_EQ(codes, kClean) << what << ": " << Describe(codes);
+            }
         }
     }
 }
@@ -421,7 +474,8 @@ TEST(FaultSweepTest, DeviceThatDoesNotStartLeavesTheCameraIdle) {
         SCOPED_TRACE(what);
         const std::string faults = R"("registers": [{"module": "remote", "address": )" +
                                    std::to_string(address) + R"(, "access": "write"}])";
-        const Codes codes = ByDeadline(what, [&] { return RunPath(faults, kStop, what); });
+        const Codes codes =
+            ByDeadline(what, [&] { return RunPath(Device{}, faults, kStop, true, what); });
         EXPECT_EQ(codes, (Codes{true, result::kOk, result::kOk, grab::kNotGrabbing, false}))
             << Describe(codes);
     }
@@ -468,9 +522,8 @@ TEST(FaultSweepTest, CloseEndsANotificationItCannotKill) {
     struct Silent : INotify {
         void OnNotify(NOTIFY_SRC, NOTIFY_TYPE, const void*, size_t) override {}
     } notify;
-    ASSERT_EQ(
-        camera->RegisterNotify(NOTIFY_SRC_REMOTE_DEVICE, NOTIFY_TYPE_FEATURE_CHANGE, &notify),
-        result::kOk);
+    ASSERT_EQ(camera->RegisterNotify(NOTIFY_SRC_REMOTE_DEVICE, NOTIFY_TYPE_FEATURE_CHANGE, &notify),
+              result::kOk);
     ByDeadline("Close", [camera] { camera->Close(); });
     ClearFaults();
     ExpectOpensAgain(camera);
