@@ -183,7 +183,7 @@ private:
     // stream whose stop failed; only while no acquisition runs.
     void RevokeRetired();
     // Completes what a failed stop, flush or unregistration left undone; true
-    // when the stream is known to be stopped.
+    // when the stream is known to be stopped and its queues empty.
     bool RepairStream(CCti* cti, void* stream);
     // Closes a stream and its device; a close the producer refuses leaves the
     // handle for CloseStale.

@@ -223,7 +223,8 @@ bool CCamera::RepairStream(CCti* cti, void* stream) {
     if (m_bFlushPending) {
         FlushQueues(cti, stream, "repair");
     }
-    return true;
+    // A queued buffer cannot be revoked.
+    return !m_bFlushPending;
 }
 
 void CCamera::RevokeRetired() {
