@@ -316,12 +316,13 @@ bool Config::Parse(const std::string& text, Config& out, std::string& error) {
                 for (size_t i = 0; i < f.at("calls").size(); ++i) {
                     const std::string p = "faults.calls[" + std::to_string(i) + "]";
                     const json& e = f.at("calls")[i];
-                    CheckKeys(e, p, {"function", "error", "mode", "n"});
+                    CheckKeys(e, p, {"function", "error", "mode", "n", "count"});
                     CallFault cf;
                     Get(e, "function", p, cf.function);
                     Get(e, "error", p, cf.error);
                     Get(e, "mode", p, cf.mode);
                     Get(e, "n", p, cf.n);
+                    Get(e, "count", p, cf.count);
                     if (cf.function.empty())
                         Fail(p + ".function", "missing");
                     if (cf.mode != "always" && cf.mode != "nth" && cf.mode != "after") {

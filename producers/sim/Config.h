@@ -51,6 +51,9 @@ struct CallFault {
     int32_t error = -1001;
     std::string mode = "always";  // "always", "nth", "after"
     uint64_t n = 0;
+    // How many calls in a row fail from the first failing one; 0: one call for "nth", every
+    // later call for "after".
+    uint64_t count = 0;
 };
 
 struct RegisterFault {

@@ -18,10 +18,14 @@ public:
     uint32_t DelayMs(const std::string& function) const;
     int32_t OnRegister(const std::string& module, uint64_t address, size_t length,
                        bool write) const;
+    // Ends every call and register fault from now on (the calls are still counted); delays and
+    // the other configured behaviours stay.
+    void Clear() { cleared_ = true; }
 
 private:
     const Config& cfg_;
     std::map<std::string, uint64_t> calls_;
+    bool cleared_ = false;
 };
 
 }  // namespace LumoSim

@@ -140,7 +140,7 @@ int CCLCamera::AnnounceBuffers(CCti* cti, void* stream, unsigned long long size)
             // Those announced so far stay in the map for the stop path to revoke.
             return -6;
         }
-        cti->DSQueueBuffer(stream, handle);
+        Succeeded("StartGrab", "DSQueueBuffer", cti->DSQueueBuffer(stream, handle));
         BUFFER& record = m_buffers[handle];
         record.hBuffer = handle;
         record.reserved = data.release();  // freed once the producer gave it back
@@ -186,6 +186,7 @@ int CCLCamera::StartGrabAction(unsigned long long count) {
         }
     } catch (...) {
         // The grabber streams whether or not the camera head answered.
+        LogCaught("StartGrab: locking the grabber or starting the camera head failed");
     }
     return 0;
 }
@@ -209,6 +210,7 @@ void CCLCamera::StopGrabAction() {
         }
     } catch (...) {
         // Stopping goes on to release the buffers either way.
+        LogCaught("StopGrab: unlocking the grabber or stopping the camera head failed");
     }
 }
 

@@ -81,6 +81,10 @@ int CCamera::Open(DEVICE_OPEN_MODE mode) {
     // until the last of them is released.
     int result = -2;
     if (!m_lingering.dev && !m_lingering.ds) {
+        // A device whose last close failed would refuse to open again.
+        if (CCti* cti = m_pCameraInfo != nullptr ? m_pCameraInfo->GetCti() : nullptr) {
+            CloseStale(cti);
+        }
         result = OpenAction(mode);
         if (result != 0) {
             CloseAction();

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -86,6 +87,12 @@ public:
     void ImageReleased(CGenImage* image, void* buffer, std::uint64_t acquisition);
     const std::shared_ptr<CImageLink>& GetImageLink() { return m_imageLink; }
 
+    // Logs a producer failure that the operation `step` goes on past, naming
+    // the call and its code; true when `result` is success.
+    static bool Succeeded(const char* step, const char* call, int result);
+    // Inside a catch block: logs what failed and the exception's text.
+    static void LogCaught(const std::string& what);
+
     CCameraInfo* GetInfo() { return m_pCameraInfo; }
     CImgTool& GetImgTool() { return m_imgTool; }
     // Converts under the camera lock: the tool's working buffers are shared by
@@ -126,7 +133,13 @@ protected:
     void Retire();
     // Records the result of the stream stop: a stream that did not stop keeps
     // its buffers announced until a later stop works.
-    void NoteStreamStop(int result) { m_bStreamStopFailed = (result != 0); }
+    void NoteStreamStop(int result);
+    // Flushes both queues of the stream; a failure is repaired before the
+    // next revocation.
+    void FlushQueues(CCti* cti, void* stream, const char* step);
+    // Unregisters the new-buffer event; one the producer keeps is
+    // unregistered again before the next registration.
+    void UnregisterNewBuffer(CCti* cti, void* stream, const char* step);
 
     // Buffers taken out of the acquisition but still announced; the producer
     // gives them up (and the camera frees its own memory) once no image uses
@@ -155,6 +168,9 @@ protected:
     std::uint64_t m_acquisition = 0;
     // Set while StopGrab waits for the grabs in flight; no new grab may start.
     bool m_bStopping = false;
+    // Set by StartGrabAction when the stream runs but the device would not
+    // lock its parameters or start: StartGrab goes back to idle.
+    bool m_bDeviceStartFailed = false;
 
 private:
     struct Lingering {
@@ -166,6 +182,18 @@ private:
     // Revokes the retired buffers that no image uses, after stopping again a
     // stream whose stop failed; only while no acquisition runs.
     void RevokeRetired();
+    // Completes what a failed stop, flush or unregistration left undone; true
+    // when the stream is known to be stopped and its queues empty.
+    bool RepairStream(CCti* cti, void* stream);
+    // Closes a stream and its device; a close the producer refuses leaves the
+    // handle for CloseStale.
+    void CloseModules(CCti* cti, std::unique_ptr<CCtiPort>& dev, std::unique_ptr<CCtiPort>& rm,
+                      std::unique_ptr<CCtiPort>& ds);
+    // Closes a stream and device whose close the producer refused, so that
+    // the device can be opened again.
+    void CloseStale(CCti* cti);
+    // Undoes a start whose device side failed, back to idle.
+    void AbortStart();
     bool IsHeld(void* buffer) const;
     // Closes the stream and device kept open for held images.
     void FinishLingering();
@@ -193,6 +221,13 @@ private:
     // they are done.
     int m_notifiesEnding = 0;
     bool m_bStreamStopFailed = false;
+    // A flush or an unregistration that the producer refused, done again
+    // before the next revocation or registration.
+    bool m_bFlushPending = false;
+    bool m_bEventLeft = false;
+    // A data stream and a device that the producer would not close.
+    void* m_hStaleStream = nullptr;
+    void* m_hStaleDevice = nullptr;
 };
 
 }  // namespace VEXOGENICAM

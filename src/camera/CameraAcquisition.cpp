@@ -18,6 +18,13 @@ namespace {
 
 constexpr unsigned long long kMinAnnounceCount = 3;
 constexpr auto kStopRetry = std::chrono::milliseconds(100);
+// How long a stop keeps ending the grabs in flight before it goes on without
+// them: a producer whose EventKill keeps failing must not hold it forever.
+// Unregistering the event then ends the waits in a conforming producer.
+constexpr auto kStopGiveUp = std::chrono::seconds(3);
+// A device feature write of the start that fails is tried once more: a single
+// lost write should not cost the acquisition.
+constexpr int kFeatureAttempts = 2;
 
 int MapWaitError(int rc) {
     switch (rc) {
@@ -34,6 +41,24 @@ int MapWaitError(int rc) {
         default:
             return -10;
     }
+}
+
+// Runs a verified feature write up to kFeatureAttempts times; false when every
+// attempt threw (each failure logged), true when it worked or the node is
+// missing.
+template <typename Write>
+bool WriteFeature(const char* feature, Write&& write) {
+    for (int attempt = 1; attempt <= kFeatureAttempts; ++attempt) {
+        try {
+            write();
+            return true;
+        } catch (...) {
+            CCamera::LogCaught("StartGrab: writing " + std::string(feature) + " failed (attempt " +
+                               std::to_string(attempt) + " of " + std::to_string(kFeatureAttempts) +
+                               ")");
+        }
+    }
+    return false;
 }
 
 // Verified read that bypasses the cache; 0 when the node is missing.
@@ -91,8 +116,14 @@ int CCamera::StartGrab(GRAB_STRATEGY strategy, unsigned long long count) {
         // What an earlier stop could not give back goes before new buffers
         // are announced.
         RevokeRetired();
+        m_bDeviceStartFailed = false;
         result = StartGrabAction(count);
-        if (result == 0) {
+        if (result == 0 && m_bDeviceStartFailed) {
+            // The start keeps its result, but a stream waiting for a device
+            // that never starts would only time out: back to idle, so that
+            // IsGrabbing says so and the next start begins afresh.
+            AbortStart();
+        } else if (result == 0) {
             m_grabCount = 1;
             ++m_acquisition;
             previous = std::move(m_pGrab);
@@ -100,8 +131,7 @@ int CCamera::StartGrab(GRAB_STRATEGY strategy, unsigned long long count) {
         } else {
             // Queued buffers cannot be revoked: empty the queues first.
             if (CCti* cti = StreamCti()) {
-                cti->DSFlushQueue(StreamHandle(), GenTL::ACQ_QUEUE_INPUT_TO_OUTPUT);
-                cti->DSFlushQueue(StreamHandle(), GenTL::ACQ_QUEUE_OUTPUT_DISCARD);
+                FlushQueues(cti, StreamHandle(), "StartGrab");
             }
             ClearBufAction();
         }
@@ -146,7 +176,8 @@ int CCamera::StartGrabAction(unsigned long long count) {
             }
             break;  // acquisition runs with the buffers that exist
         }
-        cti->DSQueueBuffer(stream, buffer.hBuffer);
+        // One that stays out of the queue is still revoked at the stop.
+        Succeeded("StartGrab", "DSQueueBuffer", cti->DSQueueBuffer(stream, buffer.hBuffer));
         m_buffers[buffer.hBuffer] = buffer;
     }
     if (const int rc = StartStream(cti, stream, count); rc != 0) {
@@ -154,34 +185,65 @@ int CCamera::StartGrabAction(unsigned long long count) {
     }
     // The stream runs before the device sends; the transport-layer parameters
     // are locked just before the device starts.
-    try {
-        GenApi::CIntegerPtr locked = nodeMap->GetNode("TLParamsLocked");
+    GenApi::CIntegerPtr locked = nodeMap->GetNode("TLParamsLocked");
+    GenApi::CCommandPtr start = nodeMap->GetNode("AcquisitionStart");
+    m_bDeviceStartFailed = !WriteFeature("TLParamsLocked", [&] {
         if (locked.IsValid()) {
             locked->SetValue(1, true);
         }
-        GenApi::CCommandPtr start = nodeMap->GetNode("AcquisitionStart");
+    }) || !WriteFeature("AcquisitionStart", [&] {
         if (start.IsValid()) {
             start->Execute(true);
         }
-    } catch (...) {
+    });
+    return 0;
+}
+
+void CCamera::AbortStart() {
+    if (auto log = CRollingLog::Logger()) {
+        log->error(
+            "StartGrab: the device did not start; the acquisition is undone and the camera is "
+            "idle (StartGrab still answers 0)");
+    }
+    // The stop of a running acquisition undoes every step: device stop and
+    // unlock, stream stop, event, queues and buffers.
+    StopGrabAction();
+    StopGrabRelease();
+    m_bDeviceStartFailed = false;
+}
+
+int CCamera::StartStream(CCti* cti, void* stream, unsigned long long count) {
+    if (const int rc = cti->GCRegisterEvent(stream, GenTL::EVENT_NEW_BUFFER, &m_hNewBufferEvent);
+        rc != 0) {
+        Succeeded("StartGrab", "GCRegisterEvent", rc);
+        m_hNewBufferEvent = nullptr;
+        return -7;
+    }
+    if (const int rc = cti->DSStartAcquisition(stream, GenTL::ACQ_START_FLAGS_DEFAULT, count);
+        rc != 0) {
+        Succeeded("StartGrab", "DSStartAcquisition", rc);
+        if (m_hNewBufferEvent != nullptr) {
+            Succeeded("StartGrab", "EventKill", cti->EventKill(m_hNewBufferEvent));
+        }
+        UnregisterNewBuffer(cti, stream, "StartGrab");
+        return -8;
     }
     return 0;
 }
 
-int CCamera::StartStream(CCti* cti, void* stream, unsigned long long count) {
-    if (cti->GCRegisterEvent(stream, GenTL::EVENT_NEW_BUFFER, &m_hNewBufferEvent) != 0) {
-        m_hNewBufferEvent = nullptr;
-        return -7;
-    }
-    if (cti->DSStartAcquisition(stream, GenTL::ACQ_START_FLAGS_DEFAULT, count) != 0) {
-        if (m_hNewBufferEvent != nullptr) {
-            cti->EventKill(m_hNewBufferEvent);
-        }
-        cti->GCUnregisterEvent(stream, GenTL::EVENT_NEW_BUFFER);
-        m_hNewBufferEvent = nullptr;
-        return -8;
-    }
-    return 0;
+void CCamera::UnregisterNewBuffer(CCti* cti, void* stream, const char* step) {
+    const int rc = cti->GCUnregisterEvent(stream, GenTL::EVENT_NEW_BUFFER);
+    // GC_ERR_NOT_INITIALIZED: the producer holds no such registration.
+    m_bEventLeft = rc != GenTL::GC_ERR_NOT_INITIALIZED && !Succeeded(step, "GCUnregisterEvent", rc);
+    m_hNewBufferEvent = nullptr;
+}
+
+void CCamera::FlushQueues(CCti* cti, void* stream, const char* step) {
+    const bool input = Succeeded(step, "DSFlushQueue",
+                                 cti->DSFlushQueue(stream, GenTL::ACQ_QUEUE_INPUT_TO_OUTPUT));
+    const bool output =
+        Succeeded(step, "DSFlushQueue", cti->DSFlushQueue(stream, GenTL::ACQ_QUEUE_OUTPUT_DISCARD));
+    m_bFlushPending = !(input && output);
 }
 
 unsigned long long CCamera::GetPayloadSizeAction() {
@@ -239,7 +301,17 @@ void CCamera::StopGrab() {
         --m_grabCount;
         // A kill ends one wait; a grab that had not reached its wait when the
         // kills went out is ended by a later one.
+        const auto giveUp = std::chrono::steady_clock::now() + kStopGiveUp;
         while (!m_grabDone.wait_for(guard, kStopRetry, [this] { return m_grabCount <= 0; })) {
+            if (std::chrono::steady_clock::now() >= giveUp) {
+                if (auto log = CRollingLog::Logger()) {
+                    log->error(
+                        "StopGrab: {} grab(s) still waiting after {} s of EventKill; stopping "
+                        "without them",
+                        m_grabCount, kStopGiveUp.count());
+                }
+                break;
+            }
             KillWaits(1);
         }
         StopGrabRelease();
@@ -248,13 +320,19 @@ void CCamera::StopGrab() {
     }
 }
 
+void CCamera::NoteStreamStop(int result) {
+    // GC_ERR_RESOURCE_IN_USE: the stream was not running (any more).
+    m_bStreamStopFailed = result != GenTL::GC_ERR_RESOURCE_IN_USE &&
+                          !Succeeded("StopGrab", "DSStopAcquisition", result);
+}
+
 void CCamera::KillWaits(int count) {
     CCti* cti = StreamCti();
     if (cti == nullptr || m_hNewBufferEvent == nullptr) {
         return;
     }
     for (int i = 0; i < count; ++i) {
-        cti->EventKill(m_hNewBufferEvent);
+        Succeeded("StopGrab", "EventKill", cti->EventKill(m_hNewBufferEvent));
     }
 }
 
@@ -282,6 +360,7 @@ void CCamera::StopGrabAction() {
             stop->Execute(true);
         }
     } catch (...) {
+        LogCaught("StopGrab: stopping the device failed, the stream is stopped anyway");
     }
     NoteStreamStop(cti->DSStopAcquisition(stream, GenTL::ACQ_STOP_FLAGS_DEFAULT));
 }
@@ -292,10 +371,8 @@ void CCamera::StopGrabRelease() {
     if (cti == nullptr || stream == nullptr) {
         return;
     }
-    cti->GCUnregisterEvent(stream, GenTL::EVENT_NEW_BUFFER);
-    m_hNewBufferEvent = nullptr;
-    cti->DSFlushQueue(stream, GenTL::ACQ_QUEUE_INPUT_TO_OUTPUT);
-    cti->DSFlushQueue(stream, GenTL::ACQ_QUEUE_OUTPUT_DISCARD);
+    UnregisterNewBuffer(cti, stream, "StopGrab");
+    FlushQueues(cti, stream, "StopGrab");
     ClearBufAction();
 }
 
@@ -413,7 +490,8 @@ void CCamera::QueueBuf(void* buffer, std::uint64_t acquisition) {
         return;  // revoked by a stop
     }
     if (CCti* cti = StreamCti(); cti != nullptr && StreamHandle() != nullptr) {
-        cti->DSQueueBuffer(StreamHandle(), buffer);
+        // Lost to this acquisition, still announced: revoked at its stop.
+        Succeeded("QueueBuf", "DSQueueBuffer", cti->DSQueueBuffer(StreamHandle(), buffer));
     }
 }
 

@@ -7,33 +7,104 @@
 #include "camera/GenImage.h"
 #include "core/CameraManager.h"
 #include "gentl/CameraInfo.h"
+#include "log/RollingLog.h"
+
+#include <spdlog/spdlog.h>
 
 namespace VEXOGENICAM {
 
 namespace {
 
-// Closes a stream and its device. The producer drops the announced buffers
-// with the stream, so the camera's own memory behind them is freed after it.
-void CloseModules(CCti* cti, std::unique_ptr<CCtiPort>& dev, std::unique_ptr<CCtiPort>& rm,
-                  std::unique_ptr<CCtiPort>& ds,
-                  std::unordered_map<void*, CCamera::BUFFER>& retired) {
+// The producer answers so for a handle it does not know (any more): nothing
+// is left to close.
+bool Gone(int result) {
+    return result == GenTL::GC_ERR_SUCCESS || result == GenTL::GC_ERR_INVALID_HANDLE;
+}
+
+void FreeRetired(std::unordered_map<void*, CCamera::BUFFER>& retired) {
+    for (const auto& [handle, buffer] : retired) {
+        delete[] static_cast<unsigned char*>(buffer.reserved);
+    }
+    retired.clear();
+}
+
+}  // namespace
+
+bool CCamera::Succeeded(const char* step, const char* call, int result) {
+    if (result == GenTL::GC_ERR_SUCCESS) {
+        return true;
+    }
+    if (auto log = CRollingLog::Logger()) {
+        log->warn("{}: {} failed with {}; going on", step, call, result);
+    }
+    return false;
+}
+
+void CCamera::LogCaught(const std::string& what) {
+    std::string reason = "unknown exception";
+    try {
+        throw;
+    } catch (const std::exception& e) {
+        reason = e.what();
+    } catch (...) {
+    }
+    if (auto log = CRollingLog::Logger()) {
+        log->warn("{}: {}", what, reason);
+    }
+}
+
+void CCamera::CloseModules(CCti* cti, std::unique_ptr<CCtiPort>& dev, std::unique_ptr<CCtiPort>& rm,
+                           std::unique_ptr<CCtiPort>& ds) {
+    // The producer drops the announced buffers with the stream (or with its
+    // device), so the camera's own memory behind them is freed only after.
+    bool streamClosed = true;
     if (ds) {
-        cti->DSClose(ds->GetPort());
-        ds.reset();
-        for (const auto& [handle, buffer] : retired) {
-            delete[] static_cast<unsigned char*>(buffer.reserved);
+        // What the stream's stop left to repair goes with the stream.
+        m_bStreamStopFailed = m_bFlushPending = m_bEventLeft = false;
+        if (!Succeeded("Close", "DSClose", cti->DSClose(ds->GetPort()))) {
+            streamClosed = false;
+            m_hStaleStream = ds->GetPort();
         }
-        retired.clear();
+        ds.reset();
     }
     // The remote port belongs to the device: closing the device ends it.
     rm.reset();
     if (dev) {
-        cti->DevClose(dev->GetPort());
+        if (Succeeded("Close", "DevClose", cti->DevClose(dev->GetPort()))) {
+            streamClosed = true;
+            m_hStaleStream = nullptr;  // closed with its device
+        } else {
+            m_hStaleDevice = dev->GetPort();
+        }
         dev.reset();
+    }
+    if (streamClosed) {
+        FreeRetired(m_retired);
     }
 }
 
-}  // namespace
+void CCamera::CloseStale(CCti* cti) {
+    if (m_hStaleStream != nullptr) {
+        const int rc = cti->DSClose(m_hStaleStream);
+        if (Gone(rc)) {
+            m_hStaleStream = nullptr;
+        } else {
+            Succeeded("Open", "DSClose of a stream left open", rc);
+        }
+    }
+    if (m_hStaleDevice != nullptr) {
+        const int rc = cti->DevClose(m_hStaleDevice);
+        if (Gone(rc)) {
+            m_hStaleDevice = nullptr;
+            m_hStaleStream = nullptr;  // closed with its device
+        } else {
+            Succeeded("Open", "DevClose of a device left open", rc);
+        }
+    }
+    if (m_hStaleStream == nullptr && !m_pDSPort && !m_lingering.ds) {
+        FreeRetired(m_retired);
+    }
+}
 
 void CCamera::Retire() {
     if (m_pCameraManager != nullptr) {
@@ -108,7 +179,10 @@ void CCamera::CloseAction() {
         return;
     }
     RevokeRetired();
-    CloseModules(cti, m_pDevPort, m_pRMPort, m_pDSPort, m_retired);
+    CloseModules(cti, m_pDevPort, m_pRMPort, m_pDSPort);
+    // What an earlier close left open goes too, so that the device can be
+    // opened again.
+    CloseStale(cti);
 }
 
 void CCamera::FinishLingering() {
@@ -117,7 +191,7 @@ void CCamera::FinishLingering() {
         return;
     }
     RevokeRetired();
-    CloseModules(cti, m_lingering.dev, m_lingering.rm, m_lingering.ds, m_retired);
+    CloseModules(cti, m_lingering.dev, m_lingering.rm, m_lingering.ds);
 }
 
 bool CCamera::IsHeld(void* buffer) const {
@@ -129,33 +203,51 @@ bool CCamera::IsHeld(void* buffer) const {
     return false;
 }
 
+bool CCamera::RepairStream(CCti* cti, void* stream) {
+    if (m_bStreamStopFailed) {
+        const int rc = cti->DSStopAcquisition(stream, GenTL::ACQ_STOP_FLAGS_KILL);
+        // GC_ERR_RESOURCE_IN_USE: the stream does not run (any more).
+        if (rc == GenTL::GC_ERR_SUCCESS || rc == GenTL::GC_ERR_RESOURCE_IN_USE) {
+            // A stream that would not stop may have been filling its buffers;
+            // only now can they be taken back.
+            m_bStreamStopFailed = false;
+            m_bFlushPending = true;
+        } else {
+            Succeeded("repair", "DSStopAcquisition", rc);
+            return false;
+        }
+    }
+    if (m_bEventLeft) {
+        UnregisterNewBuffer(cti, stream, "repair");
+    }
+    if (m_bFlushPending) {
+        FlushQueues(cti, stream, "repair");
+    }
+    // A queued buffer cannot be revoked.
+    return !m_bFlushPending;
+}
+
 void CCamera::RevokeRetired() {
     CCtiPort* port = m_pDSPort ? m_pDSPort.get() : m_lingering.ds.get();
     CCti* cti = port != nullptr ? port->GetCti() : nullptr;
     void* stream = port != nullptr ? port->GetPort() : nullptr;
-    if (cti == nullptr || stream == nullptr || m_retired.empty()) {
+    if (cti == nullptr || stream == nullptr) {
         return;
     }
-    if (m_bStreamStopFailed &&
-        cti->DSStopAcquisition(stream, GenTL::ACQ_STOP_FLAGS_KILL) == GenTL::GC_ERR_SUCCESS) {
-        // A stream that would not stop may have been filling its buffers; only
-        // now can they be taken back.
-        m_bStreamStopFailed = false;
-        cti->DSFlushQueue(stream, GenTL::ACQ_QUEUE_INPUT_TO_OUTPUT);
-        cti->DSFlushQueue(stream, GenTL::ACQ_QUEUE_OUTPUT_DISCARD);
+    // Never revoked while the producer may still write to them.
+    if (!RepairStream(cti, stream) || m_retired.empty()) {
+        return;
     }
     for (auto it = m_retired.begin(); it != m_retired.end();) {
         if (IsHeld(it->first) ||
-            cti->DSRevokeBuffer(stream, it->first, nullptr, nullptr) != GenTL::GC_ERR_SUCCESS) {
+            !Succeeded("revoke", "DSRevokeBuffer",
+                       cti->DSRevokeBuffer(stream, it->first, nullptr, nullptr))) {
             ++it;  // tried again at the next start, stop, close or release
             continue;
         }
         // Freed only once revoked: until then the producer may fill it.
         delete[] static_cast<unsigned char*>(it->second.reserved);
         it = m_retired.erase(it);
-    }
-    if (m_retired.empty()) {
-        m_bStreamStopFailed = false;  // nothing left that a stop would free
     }
 }
 

@@ -20,10 +20,11 @@ constexpr std::int64_t kPacketIncFallback = 4;
 constexpr std::int64_t kImageTimeoutMs = 2000;
 constexpr std::int64_t kPfncMono16 = 0x01100007;
 
-// Results are ignored on purpose: the stream simply keeps its own defaults.
+// A refused write is logged and otherwise ignored: the stream simply keeps its
+// own defaults.
 void WriteStreamRegister(CCti* cti, void* stream, std::uint64_t address, const void* value,
                          size_t size) {
-    cti->GCWritePort(stream, address, value, &size);
+    CCamera::Succeeded("Open", "GCWritePort", cti->GCWritePort(stream, address, value, &size));
 }
 
 void WriteStreamRegister16(CCti* cti, void* stream, std::uint64_t address, std::int64_t value) {

@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "Cti.h"
+#include "camera/Camera.h"
 
 namespace VEXOGENICAM {
 
@@ -51,13 +52,25 @@ void CNotify::Stop() {
     m_bStarted = false;
     m_stopping = true;
     // The producer counts a kill that arrives between two waits, so the
-    // delivery thread cannot miss it.
-    m_pCti->EventKill(m_hEvent);
+    // delivery thread cannot miss it. Without the kill, unregistering ends
+    // the wait instead: the join must not wait for an event that never comes.
+    const bool killed =
+        CCamera::Succeeded("unregister notification", "EventKill", m_pCti->EventKill(m_hEvent));
+    if (!killed) {
+        Unregister();
+    }
     if (m_delivery.joinable()) {
         m_delivery.join();
     }
-    m_pCti->GCUnregisterEvent(m_hModule, m_type);
+    if (killed) {
+        Unregister();
+    }
     m_hEvent = nullptr;
+}
+
+void CNotify::Unregister() {
+    CCamera::Succeeded("unregister notification", "GCUnregisterEvent",
+                       m_pCti->GCUnregisterEvent(m_hModule, m_type));
 }
 
 void CNotify::Deliver() {

@@ -34,6 +34,7 @@ public:
 
 private:
     void Deliver();
+    void Unregister();
 
     CCti* m_pCti;
     void* m_hModule;
