@@ -60,29 +60,28 @@ GRAB_STRATEGY ParseStrategy(const py::handle& strategy) {
 
 py::list Discover(const py::object& tl) {
     Library::Get().Require();
+    unsigned long long mask = TL_TYPE_ALL;
+    if (py::isinstance<py::str>(tl)) {
+        mask = ParseTlMask(tl.cast<std::string>());
+    } else if (PyIndex_Check(tl.ptr())) {
+        mask = tl.cast<unsigned long long>();
+    } else if (!tl.is_none()) {
+        mask = 0;
+        for (const py::handle item : tl) {
+            mask |= ParseTlMask(py::str(item).cast<std::string>());
+        }
+    }
     std::list<ICameraInfo*> infos;
-    if (tl.is_none()) {
+    {
         py::gil_scoped_release release;
         infos = Discovery(nullptr);
-    } else {
-        unsigned long long mask = 0;
-        if (py::isinstance<py::str>(tl)) {
-            mask = ParseTlMask(tl.cast<std::string>());
-        } else if (PyIndex_Check(tl.ptr())) {
-            mask = tl.cast<unsigned long long>();
-        } else {
-            for (const py::handle item : tl) {
-                mask |= ParseTlMask(py::str(item).cast<std::string>());
-            }
-        }
-        py::gil_scoped_release release;
-        infos = DiscoveryByTLType(mask);
     }
     // Every record is owned before anything can throw, so none is leaked.
     std::vector<CameraRecord> records;
     std::exception_ptr failure;
     for (ICameraInfo* info : infos) {
-        if (failure) {
+        // A producer may serve several transport layers: each record counts by its own.
+        if (failure || (static_cast<unsigned long long>(info->GetTLType()) & mask) == 0) {
             info->Release();
             continue;
         }
@@ -378,7 +377,7 @@ PYBIND11_MODULE(lumogenicam, m) {
     BindCamera(m);
 
     m.def("discover", &Discover, py::arg("tl") = py::none(),
-          "Cameras of every producer (tl=None), or of the producers of some transport "
+          "Cameras of every producer: all of them (tl=None), or those on some transport "
           "layers: tl='gev', 'gev,u3v', ['gev', 'u3v'] or a TL type bit mask. Returns a "
           "list of CameraRecord.");
     m.def("producer_reports", &ProducerReports,

@@ -1,5 +1,6 @@
 #include "PixelArrays.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -63,7 +64,8 @@ py::array RawArray(const std::shared_ptr<ImageHolder>& image) {
     const std::uint8_t* pixels = image->Pixels(available);
     const std::size_t width = image->width;
     const std::size_t height = image->height;
-    py::array array;
+    // py::array has no empty state (its default is a 0-length array).
+    std::optional<py::array> array;
     Layout layout;
     if (width > 0 && height > 0 && UnpackedLayout(image->pixelFormat, layout)) {
         const std::size_t pixel = layout.channels == 0 ? layout.bytesPerPixel : layout.channels;
@@ -95,8 +97,8 @@ py::array RawArray(const std::shared_ptr<ImageHolder>& image) {
         array = py::array(py::dtype::of<std::uint8_t>(), {static_cast<py::ssize_t>(bytes)},
                           {static_cast<py::ssize_t>(1)}, pixels, Owner(image));
     }
-    MakeReadOnly(array);
-    return array;
+    MakeReadOnly(*array);
+    return *array;
 }
 
 py::array ConvertedArray(const std::shared_ptr<ImageHolder>& image, PixelTarget target) {
