@@ -25,7 +25,7 @@ namespace {
 
 constexpr const char* kSerial = "PB1";
 constexpr int kBuffers = 8;
-constexpr int kRounds = 11;
+constexpr int kRounds = 15;
 constexpr int kFramesPerRound = 300;
 constexpr int kWarmUpFrames = 2 * kBuffers;  // no first-touch page faults in a timed round
 constexpr const char* kConfig = R"({"interfaces": [{"id": "IF0", "tlType": "U3V", "devices": [
@@ -105,8 +105,12 @@ void BM_CppLoop(benchmark::State& state) {
     }
     unsigned long long last = 0;
     TimedFrames(state, ok, [&] {
+        // Waits as the module's grab does: 100 ms slices, up to 5 s in all.
         IImage* image = nullptr;
-        const int rc = camera->GrabImage(&image, 5000);
+        int rc = result::grab_image::kTimeout;
+        for (int slice = 0; slice < 50 && rc == result::grab_image::kTimeout; ++slice) {
+            rc = camera->GrabImage(&image, 100);
+        }
         if (image == nullptr) {
             return false;
         }
@@ -114,8 +118,7 @@ void BM_CppLoop(benchmark::State& state) {
         benchmark::DoNotOptimize(static_cast<char*>(image->GetPayloadBuf()) +
                                  image->GetImageOffset());
         const bool good = rc == 0 && image->GetImageWidth() == 2448 &&
-                          image->GetImageHeight() == 2048 &&
-                          image->GetPixelFormat() == PF_Mono8 &&
+                          image->GetImageHeight() == 2048 && image->GetPixelFormat() == PF_Mono8 &&
                           image->GetImageFrameId() == last + 1;
         last = image->GetImageFrameId();
         image->Release();
@@ -180,12 +183,22 @@ double PairedRatio(double Times::*field) {
     return Median(ratios);
 }
 
-double MedianOf(const std::string& loop, double Times::*field) {
+std::vector<double> Values(const std::string& loop, double Times::*field) {
     std::vector<double> values;
     for (const Times& t : g_rounds[loop]) {
         values.push_back(t.*field);
     }
-    return Median(values);
+    return values;
+}
+
+double MedianOf(const std::string& loop, double Times::*field) {
+    return Median(Values(loop, field));
+}
+
+// The least disturbed round of a shared machine.
+double BestOf(const std::string& loop, double Times::*field) {
+    const auto values = Values(loop, field);
+    return values.empty() ? 0 : *std::min_element(values.begin(), values.end());
 }
 
 int PrintRatios() {
@@ -198,13 +211,17 @@ int PrintRatios() {
         "rounds of %d frames (target: Python <= 1.2 x C++ process CPU per frame)\n",
         kRounds, kFramesPerRound);
     std::printf("%-30s %22s %26s\n", "loop", "process CPU ms/frame", "grab thread CPU us/frame");
-    std::printf("%-30s %22.3f %26.1f\n", "C++ (reference)",
-                MedianOf("BM_CppLoop", &Times::cpuMs), MedianOf("BM_CppLoop", &Times::threadCpuUs));
+    std::printf("%-30s %22.3f %26.1f\n", "C++ (reference)", MedianOf("BM_CppLoop", &Times::cpuMs),
+                MedianOf("BM_CppLoop", &Times::threadCpuUs));
     std::printf("%-30s %22.3f %26.1f\n", "Python grab + .array",
                 MedianOf("BM_PythonLoop", &Times::cpuMs),
                 MedianOf("BM_PythonLoop", &Times::threadCpuUs));
-    std::printf("%-30s %21.2fx %25.2fx\n", "Python / C++ (paired)", PairedRatio(&Times::cpuMs),
-                PairedRatio(&Times::threadCpuUs));
+    std::printf("%-30s %21.2fx %25.2fx\n", "Python / C++ (paired medians)",
+                PairedRatio(&Times::cpuMs), PairedRatio(&Times::threadCpuUs));
+    std::printf(
+        "%-30s %21.2fx %25.2fx\n", "Python / C++ (best rounds)",
+        BestOf("BM_PythonLoop", &Times::cpuMs) / BestOf("BM_CppLoop", &Times::cpuMs),
+        BestOf("BM_PythonLoop", &Times::threadCpuUs) / BestOf("BM_CppLoop", &Times::threadCpuUs));
     std::printf("zero copy: %s\n", g_zeroCopy.c_str());
     return 0;
 }
