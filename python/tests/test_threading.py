@@ -92,8 +92,10 @@ def test_threads_grab_from_one_camera_without_sharing_images(camera):
 
 
 INTERRUPT_SCRIPT = """
-import sys, time
+import signal, sys, time
 import lumogenicam as lg
+# A runner started in the background may hand SIGINT down ignored.
+signal.signal(signal.SIGINT, signal.default_int_handler)
 cam = lg.Camera("PYG1")
 cam.open()
 cam.features["TriggerMode"] = "On"
