@@ -19,9 +19,13 @@ BUILD_PACKAGES=(
     nlohmann-json3-dev
     # command-line tool (lumocam view: HTTP server, JPEG)
     libpng-dev libcli11-dev libcpp-httplib-dev libturbojpeg0-dev
+    # Python module (built for Debian's own python3)
+    pybind11-dev python3-dev python3-numpy
 )
 TEST_PACKAGES=(
     libgtest-dev libgmock-dev clang-format
+    # Python module tests
+    python3-pytest
     # fake GigE Vision camera for the LumoGev.cti tests (run in a private network namespace)
     aravis-tools
     # lumocam view's page in a real browser (puppeteer-core comes from npm, see below)
