@@ -37,7 +37,7 @@ public:
         }
         this->Call(false,
                    [this, Value](GError** e) { arv_gc_float_set_value(Engine(), Value, e); });
-        this->AfterWrite();
+        this->AfterWrite(lock);
     }
 
     double GetMin() override {

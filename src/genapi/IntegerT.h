@@ -40,7 +40,7 @@ public:
         }
         this->Call(false,
                    [this, Value](GError** e) { arv_gc_integer_set_value(Engine(), Value, e); });
-        this->AfterWrite();
+        this->AfterWrite(lock);
     }
 
     // A node without bounds (a SwissKnife, a register without <Min>/<Max>) spans all values.

@@ -357,9 +357,11 @@ CNode* CNodeMap::Wrap(ArvGcNode* node) const {
 }
 
 void CNodeMap::InvalidateNodes() const {
-    std::lock_guard<std::recursive_mutex> guard(Mutex());
+    std::unique_lock<std::recursive_mutex> guard(Mutex());
     ++m_generation;
-    Fire(m_callbacks.All());
+    const std::vector<CCallbackList::Entry> pending = m_callbacks.All();
+    guard.unlock();
+    Fire(pending);
 }
 
 bool CNodeMap::Connect(IPort* pPort, const gcstring& PortName) const {

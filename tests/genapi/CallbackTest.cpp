@@ -1,6 +1,9 @@
 // Node callbacks, selectors seen from both ends, polling and the metadata of
 // Settings.xml read through the public interface.
 #include <atomic>
+#include <chrono>
+#include <functional>
+#include <future>
 #include <map>
 #include <string>
 #include <thread>
@@ -153,6 +156,55 @@ TEST_F(CallbackTest, PollRefreshesNodesWhosePollingTimeRanOut) {
     EXPECT_EQ(temperature->GetValue(), 41);
     map._Poll(999);
     EXPECT_EQ(fired["DeviceTemperature"], 1);
+}
+
+// A callback runs once the write that fired it has released the map's lock:
+// it may read or write the map itself, or wait for another thread that does.
+TEST_F(CallbackTest, CallbacksRunAfterTheMapLockIsReleased) {
+    CIntegerPtr width = Node("Width");
+    CFloatPtr exposure = Node("ExposureTime");
+    struct Case {
+        const char* name;
+        bool onAnotherThread;
+        std::function<void()> action;
+    };
+    int64_t widthSeen = 0;
+    const Case cases[] = {
+        {"reads", true, [&] { widthSeen = width->GetValue(); }},
+        {"writes", true, [&] { exposure->SetValue(300.0); }},
+        {"writes on its own thread", false, [&] { exposure->SetValue(400.0); }},
+    };
+    int exposureFired = 0;
+    Register(Node("ExposureTime"), [&](INode*) { ++exposureFired; });
+    for (const Case& c : cases) {
+        std::thread worker;
+        auto status = std::future_status::deferred;
+        const CallbackHandleType handle = Register(Node("Width"), [&](INode*) {
+            if (!c.onAnotherThread) {
+                c.action();
+                status = std::future_status::ready;
+                return;
+            }
+            auto done = std::make_shared<std::promise<void>>();
+            auto finished = done->get_future();
+            worker = std::thread([&c, done] {
+                c.action();
+                done->set_value();
+            });
+            // Under the lock the worker would wait for this callback to return.
+            status = finished.wait_for(std::chrono::seconds(5));
+        });
+        width->SetValue(512);
+        if (worker.joinable()) {
+            worker.join();
+        }
+        EXPECT_TRUE(Deregister(handle));
+        EXPECT_EQ(status, std::future_status::ready) << c.name;
+        width->SetValue(1024);
+    }
+    EXPECT_EQ(widthSeen, 512);
+    EXPECT_EQ(exposure->GetValue(), 400.0);
+    EXPECT_EQ(exposureFired, 2);
 }
 
 // Callbacks registered and removed on one thread while another writes: run
