@@ -60,7 +60,8 @@ void AddEventFeatures(CModule& camera, CXmlBuilder& x) {
           "<Integer Name=\"EventExposureEnd\" NameSpace=\"Standard\">\n"
           "  <ImposedAccessMode>RO</ImposedAccessMode>\n  <Value>" +
               std::to_string(CamEvent::kExposureEndId) + "</Value>\n</Integer>\n<Port Name=\"" +
-              port + "\">\n  <EventID>" + HexId(CamEvent::kExposureEndId) + "</EventID>\n</Port>\n");
+              port + "\">\n  <EventID>" + HexId(CamEvent::kExposureEndId) +
+              "</EventID>\n</Port>\n");
     x.Raw("EventExposureEndTimestamp", EventRegister("EventExposureEndTimestamp", 0, port));
     x.Raw("EventExposureEndFrameID", EventRegister("EventExposureEndFrameID", 8, port));
     x.Category("EventControl", {"EventSelector", "EventNotification", "EventExposureEnd",

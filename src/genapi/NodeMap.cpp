@@ -171,6 +171,7 @@ void CNodeMap::Load(const char* xml, size_t size) {
     arv_gc_set_access_check_policy(m_gc, ARV_ACCESS_CHECK_POLICY_DISABLE);
     const DescriptionOutline outline = OutlineOf(xml, size);
     CollectNodes(outline.elements);
+    m_validValues = ValidValueSetsOf(std::string_view(xml, size), outline.elements);
     std::vector<ArvGcFeatureNode*> nodes;
     nodes.reserve(m_slots.size());
     for (const Slot& slot : m_slots) {

@@ -15,6 +15,7 @@
 #include "Callbacks.h"
 #include "ChunkPorts.h"
 #include "GenApi/INodeMap.h"
+#include "ValidValues.h"
 
 namespace GenApi {
 
@@ -61,6 +62,11 @@ public:
     // Name of the one port node that accesses to this node can reach, or empty.
     static std::string SolePort(ArvGcFeatureNode* node);
     uint64_t Generation() const { return m_generation; }
+    // The <ValidValueSet> of a node as written, or null when it has none.
+    const std::vector<std::string>* ValidValues(std::string_view name) const {
+        const auto it = m_validValues.find(name);
+        return it == m_validValues.end() ? nullptr : &it->second;
+    }
 
     // Node callbacks and what a change reaches (Callbacks.cpp).
     CallbackHandleType AddCallback(CNodeCallback* callback) const;
@@ -179,6 +185,7 @@ private:
     mutable std::vector<CPolledNode> m_polled;
     std::vector<std::unique_ptr<CChunkPort>> m_chunkPorts;
     std::vector<std::unique_ptr<CChunkPort>> m_eventPorts;
+    ValidValueSets m_validValues;  // fixed once loaded
 };
 
 }  // namespace GenApi

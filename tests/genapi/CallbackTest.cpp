@@ -80,6 +80,53 @@ TEST_F(CallbackTest, MetadataComesFromTheDescription) {
     EXPECT_FALSE(Node("DeviceTemperature")->IsStreamable());
 }
 
+// The engine drops <ValidValueSet>; the layer lists it, within the current
+// range unless asked for all, and refuses values outside it.
+TEST_F(CallbackTest, ValidValueSetsListAndLimitTheValues) {
+    struct Case {
+        const char* name;
+        std::vector<double> bounded, all;
+        double accepted, refused;
+    };
+    const Case cases[] = {
+        {"BinningHorizontal", {1, 2, 4}, {1, 2, 4, 8}, 2, 3},
+        {"Gamma", {0.45, 1.0, 2.2}, {0.45, 1.0, 2.2, 5}, 2.2, 2.0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<double> bounded, all;
+        if (CIntegerPtr integer = Node(c.name)) {
+            EXPECT_EQ(integer->GetIncMode(), listIncrement);
+            for (int64_t v : integer->GetListOfValidValues()) {
+                bounded.push_back(static_cast<double>(v));
+            }
+            for (int64_t v : integer->GetListOfValidValues(false)) {
+                all.push_back(static_cast<double>(v));
+            }
+            integer->SetValue(static_cast<int64_t>(c.accepted));
+            EXPECT_THROW(integer->SetValue(static_cast<int64_t>(c.refused)),
+                         GenICam::OutOfRangeException);
+            EXPECT_THROW(integer->SetValue(static_cast<int64_t>(c.all.back())),
+                         GenICam::OutOfRangeException);
+            EXPECT_EQ(integer->GetValue(), static_cast<int64_t>(c.accepted));
+        } else {
+            CFloatPtr real = Node(c.name);
+            ASSERT_TRUE(real.IsValid());
+            EXPECT_EQ(real->GetIncMode(), listIncrement);
+            bounded = real->GetListOfValidValues();
+            all = real->GetListOfValidValues(false);
+            real->SetValue(c.accepted);
+            EXPECT_THROW(real->SetValue(c.refused), GenICam::OutOfRangeException);
+            EXPECT_EQ(real->GetValue(), c.accepted);
+        }
+        EXPECT_EQ(bounded, c.bounded);
+        EXPECT_EQ(all, c.all);
+    }
+    // Without a set: the increment rules, and there is no list.
+    EXPECT_EQ(CIntegerPtr(Node("Width"))->GetIncMode(), fixedIncrement);
+    EXPECT_TRUE(CIntegerPtr(Node("Width"))->GetListOfValidValues().empty());
+}
+
 TEST_F(CallbackTest, CommandIsDoneOnceTheDeviceClearsIt) {
     CCommandPtr save = Node("UserSetSave");
     save->Execute();
