@@ -1,9 +1,9 @@
 #include "camera/Notify.h"
 
 #include <chrono>
+#include <exception>
 
 #include "Cti.h"
-#include "GenApi/GCException.h"
 
 namespace VEXOGENICAM {
 
@@ -113,8 +113,9 @@ void CNotify::DeliverToRemoteMap(std::size_t size) {
                                      text, &textSize) == GenTL::GC_ERR_SUCCESS) {
             m_adapter.DeliverMessage(value, length, GenICam::gcstring(text));
         }
-    } catch (const GenICam::GenericException&) {
-        // a malformed ID or a map that cannot take it: the client still hears of the event
+    } catch (const std::exception&) {
+        // a malformed ID, a map that cannot take it or a node callback that
+        // threw: the client still hears of the event
     }
 }
 
