@@ -59,9 +59,10 @@ void AddEventFeatures(CModule& camera, CXmlBuilder& x) {
     x.Raw("EventExposureEnd",
           "<Integer Name=\"EventExposureEnd\" NameSpace=\"Standard\">\n"
           "  <ImposedAccessMode>RO</ImposedAccessMode>\n  <Value>" +
-              std::to_string(CamEvent::kExposureEndId) + "</Value>\n</Integer>\n<Port Name=\"" +
-              port + "\">\n  <EventID>" + HexId(CamEvent::kExposureEndId) +
-              "</EventID>\n</Port>\n");
+              std::to_string(CamEvent::kExposureEndId) + "</Value>\n</Integer>\n");
+    // Always there: the data features that stay need it, whatever is omitted.
+    x.Raw("", "<Port Name=\"" + port + "\">\n  <EventID>" + HexId(CamEvent::kExposureEndId) +
+                  "</EventID>\n</Port>\n");
     x.Raw("EventExposureEndTimestamp", EventRegister("EventExposureEndTimestamp", 0, port));
     x.Raw("EventExposureEndFrameID", EventRegister("EventExposureEndFrameID", 8, port));
     x.Category("EventControl", {"EventSelector", "EventNotification", "EventExposureEnd",
