@@ -16,6 +16,7 @@ struct GENAPI_DECL IFloat : virtual public IValue {
     virtual EDisplayNotation GetDisplayNotation() = 0;
     virtual int64_t GetDisplayPrecision() = 0;
     virtual EIncMode GetIncMode() = 0;
+    // As IInteger's: the <ValidValueSet> values, bounded to [GetMin(), GetMax()].
     virtual double_autovector_t GetListOfValidValues(bool bounded = true) = 0;
 
     IFloat& operator=(double Value) {

@@ -13,7 +13,9 @@ struct GENAPI_DECL IInteger : virtual public IValue {
     virtual ERepresentation GetRepresentation() = 0;
     virtual gcstring GetUnit() const = 0;
     virtual EIncMode GetIncMode() = 0;
-    // The values a <ValidValueSet> lists; empty unless GetIncMode() is listIncrement.
+    // The values a <ValidValueSet> lists, in the order written; bounded keeps
+    // those within [GetMin(), GetMax()]. Empty unless GetIncMode() is
+    // listIncrement. With a list, SetValue(v, true) refuses any other value.
     virtual int64_autovector_t GetListOfValidValues(bool bounded = true) = 0;
 
     IInteger& operator=(int64_t Value) {

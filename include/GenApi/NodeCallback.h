@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "GenApiDll.h"
 #include "INode.h"
 
 namespace GenApi {
@@ -93,6 +94,6 @@ CallbackHandleType Register(INode* pNode, Client& client, Member member,
 
 // Removes a callback registered with Register; false when the handle is
 // unknown (already removed, or its node map is gone).
-bool Deregister(CallbackHandleType hCallback);
+GENAPI_DECL bool Deregister(CallbackHandleType hCallback);
 
 }  // namespace GenApi

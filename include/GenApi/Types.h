@@ -51,8 +51,10 @@ enum EDisplayNotation {
 enum EIncMode { noIncrement = 0, fixedIncrement = 1, listIncrement = 2 };
 
 // Order of the callbacks of one change: every cbPostInsideLock callback runs
-// before the first cbPostOutsideLock one; both run on the thread that made the
-// change, which may still hold the node map's lock.
+// before the first cbPostOutsideLock one. Both run on the thread that made the
+// change once the change has released the node map's lock, so that a callback
+// may read and write the map or wait for a thread that does; a caller that
+// holds the lock itself (GetLock) still holds it while its callbacks run.
 enum ECallbackType { cbPostInsideLock = 1, cbPostOutsideLock = 2 };
 
 struct INode;

@@ -36,6 +36,8 @@ struct CBuffer {
     uint32_t deliveredHeight = 0;
     SceneParams params;
     std::vector<GenTL::SINGLE_CHUNK_DATA> chunks;
+    // Which trailer layout and which chunks the data holds; 0 without chunk data.
+    uint64_t chunkLayoutId = 0;
 
     bool IsQueued() const { return state != State::Unqueued; }
 };

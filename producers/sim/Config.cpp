@@ -120,9 +120,13 @@ void ParseDevice(const json& j, const std::string& path, DeviceConfig& d) {
                "omitRemoteFeatures",
                "deviceXml",
                "remoteXml",
-               "streamXml"});
+               "streamXml",
+               "chunkLayout"});
     Get(j, "id", path, d.id);
     Get(j, "tlType", path, d.tlType);
+    Get(j, "chunkLayout", path, d.chunkLayout);
+    if (!d.chunkLayout.empty() && d.chunkLayout != "GEV" && d.chunkLayout != "U3V")
+        Fail(path + ".chunkLayout", "must be GEV or U3V");
     Get(j, "vendor", path, d.vendor);
     Get(j, "model", path, d.model);
     Get(j, "serial", path, d.serial);
@@ -237,6 +241,8 @@ void Finish(Config& c) {
             }
             if (d.pixelFormat == 0)
                 d.pixelFormat = d.pixelFormats.front();
+            if (d.chunkLayout.empty())
+                d.chunkLayout = d.tlType == "U3V" ? "U3V" : "GEV";
         }
     }
     if (c.tlType.empty()) {
@@ -359,7 +365,8 @@ bool Config::Parse(const std::string& text, Config& out, std::string& error) {
         if (j.contains("events")) {
             const json& e = j.at("events");
             CheckKeys(e, "events",
-                      {"onFeatureWrite", "remoteDeviceEvery", "moduleEvery", "errorOnIncomplete"});
+                      {"onFeatureWrite", "remoteDeviceEvery", "moduleEvery", "errorOnIncomplete",
+                       "exposureEndEvery"});
             if (e.contains("onFeatureWrite")) {
                 for (size_t i = 0; i < e.at("onFeatureWrite").size(); ++i) {
                     const std::string p = "events.onFeatureWrite[" + std::to_string(i) + "]";
@@ -378,6 +385,7 @@ bool Config::Parse(const std::string& text, Config& out, std::string& error) {
             }
             Get(e, "remoteDeviceEvery", "events", c.remoteEventEvery);
             Get(e, "moduleEvery", "events", c.moduleEventEvery);
+            Get(e, "exposureEndEvery", "events", c.exposureEndEvery);
             Get(e, "errorOnIncomplete", "events", c.errorOnIncomplete);
         }
         Finish(c);

@@ -35,6 +35,9 @@ struct DeviceConfig {
     std::optional<bool> pgrPixelBigEndian;
     bool payloadSize = true;
     bool freeRun = false;  // frames flow without AcquisitionStart
+    // Chunk trailers: "GEV" (big-endian id and length) or "U3V" (little-endian);
+    // empty until parsed, then U3V for a USB3 Vision device and GEV otherwise.
+    std::string chunkLayout;
     int64_t packetMin = 576, packetMax = 9000, packetInc = 4, packetSize = 1500;
     std::set<std::string> omitStreamFeatures, omitDeviceFeatures, omitRemoteFeatures;
     DescriptionConfig deviceXml, remoteXml, streamXml;
@@ -85,6 +88,8 @@ struct Config {
     std::vector<FeatureEvent> featureEvents;
     uint64_t remoteEventEvery = 0;
     uint64_t moduleEventEvery = 0;
+    // Every n-th frame raises EventExposureEnd while its notification is on; 0 never.
+    uint64_t exposureEndEvery = 1;
     bool errorOnIncomplete = false;
     std::string stateFile;  // settings kept across processes; empty: none (LUMOSIM_STATE wins)
 

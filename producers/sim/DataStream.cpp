@@ -8,6 +8,7 @@
 #include <ctime>
 
 #include "Device.h"
+#include "EventFeatures.h"
 #include "Producer.h"
 #include "XmlBuilder.h"
 
@@ -16,11 +17,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-void PutBE32(uint8_t* p, uint32_t v) {
-    p[0] = static_cast<uint8_t>(v >> 24);
-    p[1] = static_cast<uint8_t>(v >> 16);
-    p[2] = static_cast<uint8_t>(v >> 8);
-    p[3] = static_cast<uint8_t>(v);
+// A trailer word: big-endian in the GigE Vision layout, little-endian in the USB3 Vision one.
+void PutWord(uint8_t* p, uint32_t v, bool bigEndian) {
+    for (int i = 0; i < 4; ++i) {
+        const int shift = bigEndian ? 24 - 8 * i : 8 * i;
+        p[i] = static_cast<uint8_t>(v >> shift);
+    }
 }
 
 CEvent::Entry NewBufferEntry(const CBuffer& b) {
@@ -239,6 +241,23 @@ int32_t CDataStream::Flush(int32_t mode) {
     return GenTL::GC_ERR_SUCCESS;
 }
 
+// Raised on the device module and the remote port, where EVENT_REMOTE_DEVICE is registered.
+void CDataStream::RaiseExposureEnd(uint64_t timestamp, uint64_t frameId) {
+    {
+        std::lock_guard<std::mutex> g(dev_.camLock);
+        if (!ExposureEndNotifiedLocked(*dev_.camera))
+            return;
+    }
+    const CEvent::Entry entry = ExposureEndEvent(timestamp, frameId);
+    dev_.RaiseEvent(GenTL::EVENT_REMOTE_DEVICE, entry);
+    if (dev_.remote)
+        dev_.remote->RaiseEvent(GenTL::EVENT_REMOTE_DEVICE, entry);
+}
+
+const std::string& CDataStream::ChunkLayout() const {
+    return dev_.cfg.chunkLayout;
+}
+
 bool CDataStream::FillOne(CBuffer* buf, const SceneParams& p, uint64_t frameId, bool chunks,
                           bool makeIncomplete) {
     const PixelFormatInfo* fmt = FindPixelFormat(p.pixelFormat);
@@ -252,30 +271,36 @@ bool CDataStream::FillOne(CBuffer* buf, const SceneParams& p, uint64_t frameId, 
     const size_t n = static_cast<size_t>(std::min<uint64_t>(toRender, buf->size));
     size_t written = renderer_.Render(p, frameId, buf->base, n);
     buf->chunks.clear();
+    buf->chunkLayoutId = 0;
     uint64_t dataSize = imageSize;
     if (chunks) {
         const FrameSettings s = dev_.Snapshot();
         std::vector<std::pair<uint64_t, uint64_t>> values;
         const uint64_t v[CamReg::kChunkCount] = {frameId, buf->timestamp, p.width, p.height,
                                                  p.pixelFormat};
+        const bool gev = dev_.cfg.chunkLayout != "U3V";
+        uint64_t layoutId = gev ? 1u << CamReg::kChunkCount : 2u << CamReg::kChunkCount;
         for (int i = 0; i < CamReg::kChunkCount; ++i) {
-            if (s.chunkEnabled[i])
+            if (s.chunkEnabled[i]) {
                 values.emplace_back(CamReg::kChunkIdBase + static_cast<uint64_t>(i), v[i]);
+                layoutId |= 1u << i;
+            }
         }
         dataSize = imageSize + 8 + 16 * values.size();
         if (!makeIncomplete && dataSize <= buf->size) {
             uint8_t* q = buf->base + imageSize;
-            PutBE32(q, 0);
-            PutBE32(q + 4, static_cast<uint32_t>(imageSize));
+            PutWord(q, 0, gev);
+            PutWord(q + 4, static_cast<uint32_t>(imageSize), gev);
             q += 8;
             for (const auto& [chunkId, value] : values) {
                 std::memcpy(q, &value, 8);
-                PutBE32(q + 8, static_cast<uint32_t>(chunkId));
-                PutBE32(q + 12, 8);
+                PutWord(q + 8, static_cast<uint32_t>(chunkId), gev);
+                PutWord(q + 12, 8, gev);
                 buf->chunks.push_back({chunkId, q - buf->base, 8});
                 q += 16;
             }
             written = static_cast<size_t>(q - buf->base);
+            buf->chunkLayoutId = layoutId;
         }
     }
     buf->imageSize = static_cast<size_t>(imageSize);
@@ -351,6 +376,9 @@ void CDataStream::Run() {
                                                dev_.cfg.timestampFrequency / 1e9L);
         const bool incomplete = cfg.incompleteEvery > 0 && frameId % cfg.incompleteEvery == 0;
         const bool complete = FillOne(buf, s.scene, frameId, s.chunks, incomplete);
+        if (cfg.exposureEndEvery > 0 && frameId % cfg.exposureEndEvery == 0) {
+            RaiseExposureEnd(buf->timestamp, frameId);
+        }
         {
             std::lock_guard<std::mutex> lk(*lock);
             switch (buf->afterFill) {

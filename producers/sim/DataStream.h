@@ -34,6 +34,8 @@ public:
     int32_t Flush(int32_t mode);
     size_t CountQueued() const;
     uint64_t PayloadSize() const;
+    // "GEV" or "U3V": the trailer layout of the chunk data.
+    const std::string& ChunkLayout() const;
     // A new-buffer event fed by this stream, already holding the buffers awaiting delivery.
     // Taking or dropping one of its entries takes the buffer out of the output queue.
     std::shared_ptr<CEvent> MakeNewBufferEvent();
@@ -45,6 +47,8 @@ private:
     bool FillOne(CBuffer* buf, const SceneParams& p, uint64_t frameId, bool chunks,
                  bool makeIncomplete);
     void Deliver(CBuffer* buf);
+    // The ExposureEnd device event of one frame, when its notification is on.
+    void RaiseExposureEnd(uint64_t timestamp, uint64_t frameId);
 
     CDevice& dev_;
     std::thread thread_;

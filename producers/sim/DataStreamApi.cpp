@@ -83,7 +83,8 @@ InfoValue BufferInfo(const CDataStream& ds, const CBuffer& b, BUFFER_INFO_CMD cm
         case BUFFER_INFO_IS_ACQUIRING:
             return InfoValue::Bool(filling);
         case BUFFER_INFO_TLTYPE:
-            return InfoValue::String(ds.tlType);
+            // What parses the chunk trailers, when there are any.
+            return InfoValue::String(b.chunks.empty() ? ds.tlType : ds.ChunkLayout());
         case BUFFER_INFO_XPADDING:
         case BUFFER_INFO_YPADDING:
         case BUFFER_INFO_IMAGEOFFSET:
@@ -101,7 +102,7 @@ InfoValue BufferInfo(const CDataStream& ds, const CBuffer& b, BUFFER_INFO_CMD cm
         case BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE:
             return InfoValue::SizeT(b.chunks.empty() ? 0 : b.sizeFilled - b.imageSize);
         case BUFFER_INFO_CHUNKLAYOUTID:
-            return InfoValue::U64(b.chunks.size());
+            return InfoValue::U64(b.chunkLayoutId);
         case BUFFER_INFO_FILENAME:
             Fail(GC_ERR_NOT_AVAILABLE, "the payload is not a file");
         case BUFFER_INFO_PIXEL_ENDIANNESS:

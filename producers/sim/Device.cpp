@@ -6,6 +6,7 @@
 
 #include <cstring>
 
+#include "EventFeatures.h"
 #include "Producer.h"
 #include "SettingsMemory.h"
 #include "XmlBuilder.h"
@@ -350,6 +351,7 @@ void CDevice::BuildCamera(CModule& m, CXmlBuilder& x, bool inDeviceModule) {
         x.ChunkInt(std::string("Chunk") + chunkNames[i],
                    CamReg::kChunkIdBase + static_cast<uint64_t>(i));
     }
+    AddEventFeatures(m, x);
     if (cfg.pgrPixelBigEndian) {
         x.Bool("pgrPixelBigEndian", CamReg::kPixelBigEndian, *cfg.pgrPixelBigEndian, true);
     }

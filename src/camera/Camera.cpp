@@ -264,7 +264,11 @@ int CCamera::RegisterNotifyAction(NOTIFY_SRC src, NOTIFY_TYPE type, INotify* not
         return -2;
     }
     CCti* cti = m_pCameraInfo != nullptr ? m_pCameraInfo->GetCti() : nullptr;
-    auto* registration = new CNotify(cti, port->GetPort(), type, notify, src);
+    // Device events update the remote map's event features (CEventAdapter).
+    GenApi::INodeMap* remoteMap = type == NOTIFY_TYPE_REMOTE_DEVICE && m_pRMPort != nullptr
+                                      ? m_pRMPort->GetNodeMap()
+                                      : nullptr;
+    auto* registration = new CNotify(cti, port->GetPort(), type, notify, src, remoteMap);
     const int result = registration->Start();
     if (result != 0) {
         registration->Stop();  // frees a registration that never started

@@ -1,6 +1,7 @@
 #include "camera/Notify.h"
 
 #include <chrono>
+#include <exception>
 
 #include "Cti.h"
 #include "camera/Camera.h"
@@ -13,13 +14,17 @@ namespace {
 constexpr auto kRetryPause = std::chrono::milliseconds(20);
 }  // namespace
 
-CNotify::CNotify(CCti* producer, void* module, int type, INotify* notify, NOTIFY_SRC source)
+CNotify::CNotify(CCti* producer, void* module, int type, INotify* notify, NOTIFY_SRC source,
+                 GenApi::INodeMap* remoteMap)
     : m_pCti(producer),
       m_hModule(module),
       m_type(type),
       m_pNotify(notify),
       m_data(new unsigned char[kDataSize]()),
-      m_source(source) {}
+      m_source(source),
+      m_pRemoteMap(type == NOTIFY_TYPE_REMOTE_DEVICE ? remoteMap : nullptr),
+      m_adapter(m_pRemoteMap),
+      m_value(m_pRemoteMap != nullptr ? kDataSize : 0) {}
 
 CNotify::~CNotify() {
     if (m_bStarted) {
@@ -81,11 +86,49 @@ void CNotify::Deliver() {
             return;
         }
         if (rc == GenTL::GC_ERR_SUCCESS) {
-            m_pNotify->OnNotify(m_source, static_cast<NOTIFY_TYPE>(m_type), m_data.get(),
-                                size <= kDataSize ? size : kDataSize);
+            size = size <= kDataSize ? size : kDataSize;
+            DeliverToRemoteMap(size);
+            m_pNotify->OnNotify(m_source, static_cast<NOTIFY_TYPE>(m_type), m_data.get(), size);
         } else if (rc != GenTL::GC_ERR_TIMEOUT) {
             std::this_thread::sleep_for(kRetryPause);
         }
+    }
+}
+
+// The event's ID and value, as the producer decodes them, go to the remote
+// map's event ports. An event the map does not describe, or that the producer
+// cannot decode, leaves the map as it is.
+void CNotify::DeliverToRemoteMap(std::size_t size) {
+    if (m_pRemoteMap == nullptr) {
+        return;
+    }
+    int type = 0;
+    std::size_t valueSize = m_value.size();
+    if (m_pCti->EventGetDataInfo(m_hEvent, m_data.get(), size, GenTL::EVENT_DATA_VALUE, &type,
+                                 m_value.data(), &valueSize) != GenTL::GC_ERR_SUCCESS ||
+        valueSize > m_value.size()) {
+        return;
+    }
+    const auto* value = m_value.data();
+    const auto length = static_cast<uint32_t>(valueSize);
+    try {
+        uint64_t id = 0;
+        std::size_t idSize = sizeof id;
+        if (m_pCti->EventGetDataInfo(m_hEvent, m_data.get(), size, GenTL::EVENT_DATA_NUMID, &type,
+                                     &id, &idSize) == GenTL::GC_ERR_SUCCESS) {
+            m_adapter.DeliverMessage(value, length, id);
+            return;
+        }
+        // A producer before GenTL 1.3 gives the ID as hex text only.
+        char text[64] = {};
+        std::size_t textSize = sizeof text - 1;
+        if (m_pCti->EventGetDataInfo(m_hEvent, m_data.get(), size, GenTL::EVENT_DATA_ID, &type,
+                                     text, &textSize) == GenTL::GC_ERR_SUCCESS) {
+            m_adapter.DeliverMessage(value, length, GenICam::gcstring(text));
+        }
+    } catch (const std::exception&) {
+        // a malformed ID, a map that cannot take it or a node callback that
+        // threw: the client still hears of the event
     }
 }
 

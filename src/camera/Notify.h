@@ -3,7 +3,9 @@
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <vector>
 
+#include "GenApi/EventAdapter.h"
 #include "INotify.h"
 #include "LumoExport.h"
 #include "LumoTypes.h"
@@ -13,13 +15,16 @@ namespace VEXOGENICAM {
 class CCti;
 
 // One GenTL event registration on a module, with the thread that delivers its
-// events to the client's INotify while the registration is started.
+// events to the client's INotify while the registration is started. Device
+// events (EVENT_REMOTE_DEVICE) first go to the remote node map, when one is
+// given, so that its event features hold the event's data and their callbacks
+// have fired by the time the client hears of it.
 class LUMO_API CNotify {
 public:
     static constexpr std::size_t kDataSize = 4096;
 
     CNotify(CCti* producer, void* module, int type, INotify* notify,
-            NOTIFY_SRC source = NOTIFY_SRC_DEVICE);
+            NOTIFY_SRC source = NOTIFY_SRC_DEVICE, GenApi::INodeMap* remoteMap = nullptr);
     CNotify(const CNotify&) = delete;
     CNotify& operator=(const CNotify&) = delete;
     ~CNotify();
@@ -35,6 +40,7 @@ public:
 private:
     void Deliver();
     void Unregister();
+    void DeliverToRemoteMap(std::size_t size);
 
     CCti* m_pCti;
     void* m_hModule;
@@ -46,6 +52,11 @@ private:
     NOTIFY_SRC m_source;
     std::atomic<bool> m_stopping{false};
     std::thread m_delivery;
+    // Attached only for device events; the camera ends the registration
+    // before it destroys the map.
+    GenApi::INodeMap* m_pRemoteMap;
+    GenApi::CEventAdapterGeneric m_adapter;
+    std::vector<unsigned char> m_value;
 };
 
 }  // namespace VEXOGENICAM

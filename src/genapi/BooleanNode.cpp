@@ -9,7 +9,7 @@ void CBooleanNode::SetValue(bool Value, bool Verify) {
     RequireWritable(Verify);
     ArvGcBoolean* node = ARV_GC_BOOLEAN(EngineNode());
     Call(false, [node, Value](GError** e) { arv_gc_boolean_set_value(node, Value, e); });
-    AfterWrite();
+    AfterWrite(lock);
 }
 
 bool CBooleanNode::GetValue(bool Verify, bool IgnoreCache) const {

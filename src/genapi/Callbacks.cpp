@@ -206,15 +206,14 @@ bool CNodeMap::RemoveCallback(CallbackHandleType handle, const INode* node) cons
     return wrapper && m_callbacks.Remove(handle, ARV_DOM_NODE(wrapper->EngineNode()));
 }
 
-void CNodeMap::NodeChanged(ArvGcFeatureNode* node, bool invalidate) const {
-    std::lock_guard<std::recursive_mutex> guard(Mutex());
+std::vector<CCallbackList::Entry> CNodeMap::Changed(ArvGcFeatureNode* node, bool invalidate) const {
     if (invalidate) {
         ++m_generation;
     }
     if (m_callbacks.All().empty()) {
-        return;  // writes without listeners skip the graph
+        return {};  // writes without listeners skip the graph
     }
-    Fire(m_callbacks.On(Dependencies().Reached(ARV_DOM_NODE(node))));
+    return m_callbacks.On(Dependencies().Reached(ARV_DOM_NODE(node)));
 }
 
 // A callback may deregister itself or another one: each is checked just
@@ -242,7 +241,7 @@ void CNodeMap::GetSelecting(ArvGcFeatureNode* node, FeatureList_t& selecting) co
 // A node whose polling time has run out is read anew and its callbacks fire,
 // so that a view of a changing status (a temperature) refreshes.
 void CNodeMap::Poll(int64_t ElapsedTime) {
-    std::lock_guard<std::recursive_mutex> guard(Mutex());
+    std::unique_lock<std::recursive_mutex> guard(Mutex());
     Dependencies();
     std::set<ArvDomNode*> reached;
     for (CPolledNode& polled : m_polled) {
@@ -258,7 +257,9 @@ void CNodeMap::Poll(int64_t ElapsedTime) {
         return;
     }
     ++m_generation;
-    Fire(m_callbacks.On(reached));
+    const std::vector<CCallbackList::Entry> pending = m_callbacks.On(reached);
+    guard.unlock();
+    Fire(pending);
 }
 
 CallbackHandleType CNode::RegisterCallback(CNodeCallback* pCallback) {

@@ -27,7 +27,7 @@ void CCommandNode::Execute(bool Verify) {
     RequireWritable(Verify);
     ArvGcCommand* node = ARV_GC_COMMAND(EngineNode());
     Call(false, [node](GError** e) { arv_gc_command_execute(node, e); });
-    AfterWrite();
+    AfterWrite(lock);
 }
 
 // Done once the command register no longer holds the value that triggered it.

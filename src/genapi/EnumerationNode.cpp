@@ -27,7 +27,7 @@ void CEnumerationNode::SetIntValue(int64_t Value, bool Verify) {
     }
     ArvGcEnumeration* node = ARV_GC_ENUMERATION(EngineNode());
     Call(false, [node, Value](GError** e) { arv_gc_enumeration_set_int_value(node, Value, e); });
-    AfterWrite();
+    AfterWrite(lock);
 }
 
 int64_t CEnumerationNode::GetIntValue(bool Verify, bool IgnoreCache) {

@@ -1,6 +1,7 @@
 #include "GenApi/EventAdapter.h"
 
 #include <cstdlib>
+#include <vector>
 
 #include "GenApi/GCException.h"
 #include "Node.h"
@@ -15,18 +16,23 @@ bool CEventAdapter::DeliverMessage(const uint8_t msg[], uint32_t numBytes, uint6
     if (!msg && numBytes > 0) {
         throw INVALID_ARGUMENT_EXCEPTION("Event adapter: %u bytes of data at null", numBytes);
     }
-    std::lock_guard<std::recursive_mutex> guard(map->Mutex());
+    std::unique_lock<std::recursive_mutex> guard(map->Mutex());
     bool delivered = false;
+    std::vector<CCallbackList::Entry> pending;
     for (const auto& port : map->EventPorts()) {
         if (port->ChunkId() != EventID) {
             continue;
         }
         port->Keep(msg, numBytes);
         if (auto* node = dynamic_cast<CNode*>(map->GetNode(port->PortName().c_str()))) {
-            map->NodeChanged(node->EngineNode(), true);
+            for (auto& entry : map->Changed(node->EngineNode(), true)) {
+                pending.push_back(std::move(entry));
+            }
         }
         delivered = true;
     }
+    guard.unlock();
+    map->Fire(pending);
     return delivered;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <cstdlib>
 #include <sstream>
 
@@ -37,7 +39,7 @@ public:
         }
         this->Call(false,
                    [this, Value](GError** e) { arv_gc_float_set_value(Engine(), Value, e); });
-        this->AfterWrite();
+        this->AfterWrite(lock);
     }
 
     double GetMin() override {
@@ -91,9 +93,20 @@ public:
         return arv_gc_float_get_display_precision(Engine());
     }
 
-    // The engine keeps no <ValidValueSet>: a float steps by its increment or not at all.
-    EIncMode GetIncMode() override { return HasInc() ? fixedIncrement : noIncrement; }
-    double_autovector_t GetListOfValidValues(bool) override { return {}; }
+    // A float takes the values its description lists, else steps by its
+    // increment or not at all.
+    EIncMode GetIncMode() override {
+        return ValidSet() ? listIncrement : HasInc() ? fixedIncrement : noIncrement;
+    }
+    double_autovector_t GetListOfValidValues(bool bounded = true) override {
+        const std::vector<std::string>* set = ValidSet();
+        if (!set) {
+            return {};
+        }
+        constexpr double kAll = std::numeric_limits<double>::infinity();
+        return bounded ? ValidValuesWithin<double>(*set, GetMin(), GetMax())
+                       : ValidValuesWithin<double>(*set, -kAll, kAll);
+    }
 
     INode* GetNode() override { return this; }
 
@@ -121,6 +134,9 @@ private:
     }
 
     ArvGcFloat* Engine() const { return ARV_GC_FLOAT(this->EngineNode()); }
+    const std::vector<std::string>* ValidSet() const {
+        return this->Map().ValidValues(this->Name());
+    }
 
     void CheckRange(double value) {
         const double min = GetMin();
@@ -128,6 +144,14 @@ private:
         if (std::isnan(value) || value < min || value > max) {
             throw OUT_OF_RANGE_EXCEPTION("Feature '%s': value %g must be within [%g, %g]",
                                          this->Name().c_str(), value, min, max);
+        }
+        if (ValidSet()) {
+            const double_autovector_t valid = GetListOfValidValues(true);
+            if (std::find(valid.begin(), valid.end(), value) == valid.end()) {
+                throw OUT_OF_RANGE_EXCEPTION(
+                    "Feature '%s': value %g is not one of its %zu valid values",
+                    this->Name().c_str(), value, valid.size());
+            }
         }
     }
 };

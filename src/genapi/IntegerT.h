@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
 
@@ -40,7 +41,7 @@ public:
         }
         this->Call(false,
                    [this, Value](GError** e) { arv_gc_integer_set_value(Engine(), Value, e); });
-        this->AfterWrite();
+        this->AfterWrite(lock);
     }
 
     // A node without bounds (a SwissKnife, a register without <Min>/<Max>) spans all values.
@@ -96,9 +97,17 @@ public:
         return unit ? unit : "";
     }
 
-    // The engine keeps no <ValidValueSet>, so an integer steps by its increment.
-    EIncMode GetIncMode() override { return fixedIncrement; }
-    int64_autovector_t GetListOfValidValues(bool) override { return {}; }
+    // An integer steps by its increment unless its description lists the valid values.
+    EIncMode GetIncMode() override { return ValidSet() ? listIncrement : fixedIncrement; }
+    int64_autovector_t GetListOfValidValues(bool bounded = true) override {
+        const std::vector<std::string>* set = ValidSet();
+        if (!set) {
+            return {};
+        }
+        return bounded ? ValidValuesWithin<int64_t>(*set, GetMin(), GetMax())
+                       : ValidValuesWithin<int64_t>(*set, std::numeric_limits<int64_t>::min(),
+                                                    std::numeric_limits<int64_t>::max());
+    }
 
     INode* GetNode() override { return this; }
 
@@ -124,6 +133,9 @@ private:
     }
 
     ArvGcInteger* Engine() const { return ARV_GC_INTEGER(this->EngineNode()); }
+    const std::vector<std::string>* ValidSet() const {
+        return this->Map().ValidValues(this->Name());
+    }
 
     void CheckRange(int64_t value) {
         const int64_t min = GetMin();
@@ -138,6 +150,15 @@ private:
             throw OUT_OF_RANGE_EXCEPTION("Feature '%s': value %lld must be <= maximum %lld", name,
                                          static_cast<long long>(value),
                                          static_cast<long long>(max));
+        }
+        if (ValidSet()) {
+            const int64_autovector_t valid = GetListOfValidValues(true);
+            if (std::find(valid.begin(), valid.end(), value) == valid.end()) {
+                throw OUT_OF_RANGE_EXCEPTION(
+                    "Feature '%s': value %lld is not one of its %zu valid values", name,
+                    static_cast<long long>(value), valid.size());
+            }
+            return;  // the list replaces the increment
         }
         const int64_t inc = GetInc();
         if (inc > 1 && (value - min) % inc != 0) {

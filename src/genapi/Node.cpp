@@ -134,8 +134,10 @@ bool CNode::IsStreamable() const {
     return false;
 }
 
-void CNode::AfterWrite() const {
-    m_map.NodeChanged(m_node, IsSelector());
+void CNode::AfterWrite(std::unique_lock<std::recursive_mutex>& lock) const {
+    const std::vector<CCallbackList::Entry> pending = m_map.Changed(m_node, IsSelector());
+    lock.unlock();
+    m_map.Fire(pending);
 }
 
 void CNode::RequireReadable(bool verify) const {

@@ -46,10 +46,11 @@ protected:
     std::unique_lock<std::recursive_mutex> Lock() const {
         return std::unique_lock<std::recursive_mutex>(m_map.Mutex());
     }
-    // Fires the callbacks of the node and of what depends on it. Values of the
-    // selected features depend on a selector; the engine's cache does not
-    // always see that, so a selector write invalidates the map.
-    void AfterWrite() const;
+    // Fires the callbacks of the node and of what depends on it, after
+    // releasing lock (the write's own). Values of the selected features depend
+    // on a selector; the engine's cache does not always see that, so a
+    // selector write invalidates the map.
+    void AfterWrite(std::unique_lock<std::recursive_mutex>& lock) const;
     void RequireReadable(bool verify) const;
     void RequireWritable(bool verify) const;
     [[noreturn]] void ThrowInvalidValue(const std::string& value) const;

@@ -171,6 +171,7 @@ void CNodeMap::Load(const char* xml, size_t size) {
     arv_gc_set_access_check_policy(m_gc, ARV_ACCESS_CHECK_POLICY_DISABLE);
     const DescriptionOutline outline = OutlineOf(xml, size);
     CollectNodes(outline.elements);
+    m_validValues = ValidValueSetsOf(std::string_view(xml, size), outline.elements);
     std::vector<ArvGcFeatureNode*> nodes;
     nodes.reserve(m_slots.size());
     for (const Slot& slot : m_slots) {
@@ -357,9 +358,11 @@ CNode* CNodeMap::Wrap(ArvGcNode* node) const {
 }
 
 void CNodeMap::InvalidateNodes() const {
-    std::lock_guard<std::recursive_mutex> guard(Mutex());
+    std::unique_lock<std::recursive_mutex> guard(Mutex());
     ++m_generation;
-    Fire(m_callbacks.All());
+    const std::vector<CCallbackList::Entry> pending = m_callbacks.All();
+    guard.unlock();
+    Fire(pending);
 }
 
 bool CNodeMap::Connect(IPort* pPort, const gcstring& PortName) const {

@@ -15,6 +15,7 @@
 #include "Callbacks.h"
 #include "ChunkPorts.h"
 #include "GenApi/INodeMap.h"
+#include "ValidValues.h"
 
 namespace GenApi {
 
@@ -61,13 +62,22 @@ public:
     // Name of the one port node that accesses to this node can reach, or empty.
     static std::string SolePort(ArvGcFeatureNode* node);
     uint64_t Generation() const { return m_generation; }
+    // The <ValidValueSet> of a node as written, or null when it has none.
+    const std::vector<std::string>* ValidValues(std::string_view name) const {
+        const auto it = m_validValues.find(name);
+        return it == m_validValues.end() ? nullptr : &it->second;
+    }
 
     // Node callbacks and what a change reaches (Callbacks.cpp).
     CallbackHandleType AddCallback(CNodeCallback* callback) const;
     bool RemoveCallback(CallbackHandleType handle, const INode* node) const;
-    // A write through the map changed node: fires the callbacks of every node
-    // that depends on it; invalidate drops every cached value first.
-    void NodeChanged(ArvGcFeatureNode* node, bool invalidate) const;
+    // A write through the map changed node: returns the callbacks of every
+    // node that depends on it, for Fire once the map's lock is released;
+    // invalidate drops every cached value. The caller holds Mutex().
+    std::vector<CCallbackList::Entry> Changed(ArvGcFeatureNode* node, bool invalidate) const;
+    // Runs callbacks collected under the lock. Called without the lock, so that
+    // a callback may read or write the map, or wait for a thread that does.
+    void Fire(const std::vector<CCallbackList::Entry>& callbacks) const;
     void GetSelecting(ArvGcFeatureNode* node, FeatureList_t& selecting) const;
 
     // Ports with a ChunkID, which read the chunk data a chunk adapter attaches
@@ -146,7 +156,6 @@ private:
     const CDependencyGraph& Dependencies() const;
     void ServeChunkPorts(const PortIds& ids);
     bool IsChunkPort(const std::string& name) const;
-    void Fire(const std::vector<CCallbackList::Entry>& callbacks) const;
 
     bool BridgeRead(uint64_t address, uint32_t size, void* buffer, GError** error) override;
     bool BridgeWrite(uint64_t address, uint32_t size, const void* buffer, GError** error) override;
@@ -176,6 +185,7 @@ private:
     mutable std::vector<CPolledNode> m_polled;
     std::vector<std::unique_ptr<CChunkPort>> m_chunkPorts;
     std::vector<std::unique_ptr<CChunkPort>> m_eventPorts;
+    ValidValueSets m_validValues;  // fixed once loaded
 };
 
 }  // namespace GenApi

@@ -40,7 +40,7 @@ public:
         this->Call(false, [this, pBuffer, Length](GError** e) {
             arv_gc_register_set(Engine(), pBuffer, static_cast<guint64>(Length), e);
         });
-        this->AfterWrite();
+        this->AfterWrite(lock);
     }
 
     int64_t GetLength() override {

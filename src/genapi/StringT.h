@@ -33,7 +33,7 @@ public:
         this->Call(false, [this, &Value](GError** e) {
             arv_gc_string_set_value(Engine(), Value.c_str(), e);
         });
-        this->AfterWrite();
+        this->AfterWrite(lock);
     }
 
     int64_t GetMaxLength() override {

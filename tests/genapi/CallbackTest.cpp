@@ -1,6 +1,9 @@
 // Node callbacks, selectors seen from both ends, polling and the metadata of
 // Settings.xml read through the public interface.
 #include <atomic>
+#include <chrono>
+#include <functional>
+#include <future>
 #include <map>
 #include <string>
 #include <thread>
@@ -75,6 +78,53 @@ TEST_F(CallbackTest, MetadataComesFromTheDescription) {
     EXPECT_EQ(width->GetInc(), 4);
     EXPECT_TRUE(Node("Width")->IsStreamable());
     EXPECT_FALSE(Node("DeviceTemperature")->IsStreamable());
+}
+
+// The engine drops <ValidValueSet>; the layer lists it, within the current
+// range unless asked for all, and refuses values outside it.
+TEST_F(CallbackTest, ValidValueSetsListAndLimitTheValues) {
+    struct Case {
+        const char* name;
+        std::vector<double> bounded, all;
+        double accepted, refused;
+    };
+    const Case cases[] = {
+        {"BinningHorizontal", {1, 2, 4}, {1, 2, 4, 8}, 2, 3},
+        {"Gamma", {0.45, 1.0, 2.2}, {0.45, 1.0, 2.2, 5}, 2.2, 2.0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<double> bounded, all;
+        if (CIntegerPtr integer = Node(c.name)) {
+            EXPECT_EQ(integer->GetIncMode(), listIncrement);
+            for (int64_t v : integer->GetListOfValidValues()) {
+                bounded.push_back(static_cast<double>(v));
+            }
+            for (int64_t v : integer->GetListOfValidValues(false)) {
+                all.push_back(static_cast<double>(v));
+            }
+            integer->SetValue(static_cast<int64_t>(c.accepted));
+            EXPECT_THROW(integer->SetValue(static_cast<int64_t>(c.refused)),
+                         GenICam::OutOfRangeException);
+            EXPECT_THROW(integer->SetValue(static_cast<int64_t>(c.all.back())),
+                         GenICam::OutOfRangeException);
+            EXPECT_EQ(integer->GetValue(), static_cast<int64_t>(c.accepted));
+        } else {
+            CFloatPtr real = Node(c.name);
+            ASSERT_TRUE(real.IsValid());
+            EXPECT_EQ(real->GetIncMode(), listIncrement);
+            bounded = real->GetListOfValidValues();
+            all = real->GetListOfValidValues(false);
+            real->SetValue(c.accepted);
+            EXPECT_THROW(real->SetValue(c.refused), GenICam::OutOfRangeException);
+            EXPECT_EQ(real->GetValue(), c.accepted);
+        }
+        EXPECT_EQ(bounded, c.bounded);
+        EXPECT_EQ(all, c.all);
+    }
+    // Without a set: the increment rules, and there is no list.
+    EXPECT_EQ(CIntegerPtr(Node("Width"))->GetIncMode(), fixedIncrement);
+    EXPECT_TRUE(CIntegerPtr(Node("Width"))->GetListOfValidValues().empty());
 }
 
 TEST_F(CallbackTest, CommandIsDoneOnceTheDeviceClearsIt) {
@@ -153,6 +203,55 @@ TEST_F(CallbackTest, PollRefreshesNodesWhosePollingTimeRanOut) {
     EXPECT_EQ(temperature->GetValue(), 41);
     map._Poll(999);
     EXPECT_EQ(fired["DeviceTemperature"], 1);
+}
+
+// A callback runs once the write that fired it has released the map's lock:
+// it may read or write the map itself, or wait for another thread that does.
+TEST_F(CallbackTest, CallbacksRunAfterTheMapLockIsReleased) {
+    CIntegerPtr width = Node("Width");
+    CFloatPtr exposure = Node("ExposureTime");
+    struct Case {
+        const char* name;
+        bool onAnotherThread;
+        std::function<void()> action;
+    };
+    int64_t widthSeen = 0;
+    const Case cases[] = {
+        {"reads", true, [&] { widthSeen = width->GetValue(); }},
+        {"writes", true, [&] { exposure->SetValue(300.0); }},
+        {"writes on its own thread", false, [&] { exposure->SetValue(400.0); }},
+    };
+    int exposureFired = 0;
+    Register(Node("ExposureTime"), [&](INode*) { ++exposureFired; });
+    for (const Case& c : cases) {
+        std::thread worker;
+        auto status = std::future_status::deferred;
+        const CallbackHandleType handle = Register(Node("Width"), [&](INode*) {
+            if (!c.onAnotherThread) {
+                c.action();
+                status = std::future_status::ready;
+                return;
+            }
+            auto done = std::make_shared<std::promise<void>>();
+            auto finished = done->get_future();
+            worker = std::thread([&c, done] {
+                c.action();
+                done->set_value();
+            });
+            // Under the lock the worker would wait for this callback to return.
+            status = finished.wait_for(std::chrono::seconds(5));
+        });
+        width->SetValue(512);
+        if (worker.joinable()) {
+            worker.join();
+        }
+        EXPECT_TRUE(Deregister(handle));
+        EXPECT_EQ(status, std::future_status::ready) << c.name;
+        width->SetValue(1024);
+    }
+    EXPECT_EQ(widthSeen, 512);
+    EXPECT_EQ(exposure->GetValue(), 400.0);
+    EXPECT_EQ(exposureFired, 2);
 }
 
 // Callbacks registered and removed on one thread while another writes: run

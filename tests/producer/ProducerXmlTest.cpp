@@ -99,8 +99,12 @@ protected:
                 if (print)
                     std::cout << "  " << name << "\n";
                 GError* error = nullptr;
-                const bool chunk = std::string(name).rfind("Chunk", 0) == 0 &&
-                                   ARV_IS_GC_INTEGER(child) && std::string(name) != "ChunkSelector";
+                // Chunk and event data come from a buffer or an event, not the device.
+                const std::string text(name);
+                const bool chunk =
+                    ARV_IS_GC_INTEGER(child) &&
+                    ((text.rfind("Chunk", 0) == 0 && text != "ChunkSelector") ||
+                     (text.rfind("EventExposureEnd", 0) == 0 && text != "EventExposureEnd"));
                 if (ARV_IS_GC_CATEGORY(child)) {
                     todo.push_back(child);
                 } else if (ARV_IS_GC_ENUMERATION(child)) {
@@ -142,11 +146,28 @@ TEST_F(ProducerXml, DefaultCameraOffersTheDocumentedFeatures) {
     OpenFirstDevice();
     std::cout << "Remote device features of the default camera:\n";
     const auto names = Walk(hRemote, true);
-    for (const char* f :
-         {"Width", "Height", "OffsetX", "OffsetY", "PixelFormat", "PayloadSize", "AcquisitionMode",
-          "AcquisitionStart", "AcquisitionStop", "AcquisitionFrameRate", "TLParamsLocked",
-          "TriggerMode", "TriggerSoftware", "ChunkModeActive", "ChunkSelector", "ChunkEnable",
-          "GevSCPSPacketSize"}) {
+    for (const char* f : {"Width",
+                          "Height",
+                          "OffsetX",
+                          "OffsetY",
+                          "PixelFormat",
+                          "PayloadSize",
+                          "AcquisitionMode",
+                          "AcquisitionStart",
+                          "AcquisitionStop",
+                          "AcquisitionFrameRate",
+                          "TLParamsLocked",
+                          "TriggerMode",
+                          "TriggerSoftware",
+                          "ChunkModeActive",
+                          "ChunkSelector",
+                          "ChunkEnable",
+                          "GevSCPSPacketSize",
+                          "EventSelector",
+                          "EventNotification",
+                          "EventExposureEnd",
+                          "EventExposureEndTimestamp",
+                          "EventExposureEndFrameID"}) {
         EXPECT_TRUE(names.count(f)) << f;
     }
 }
