@@ -35,8 +35,8 @@ const std::vector<unsigned char>& BayerScene() {
                 const int channel = (y % 2 == 0) ? (x % 2 == 0 ? 0 : 1) : (x % 2 == 0 ? 1 : 2);
                 const int lit = kBars[x * 8 / kWidth][channel];
                 const int level = lit ? 60 + static_cast<int>(180 * y / kHeight) : 16;
-                bytes[y * kWidth + x] = static_cast<unsigned char>(
-                    std::clamp(level + noise(random), 0, 255));
+                bytes[y * kWidth + x] =
+                    static_cast<unsigned char>(std::clamp(level + noise(random), 0, 255));
             }
         }
         return bytes;
@@ -73,8 +73,8 @@ void BM_ViewJpeg(benchmark::State& state) {
     std::size_t bytes = 0;
     for (auto _ : state) {
         bytes = encoder
-                    .Encode(picture.pixels.data(), picture.width, picture.height,
-                            picture.channels, picture.Stride(), kQuality)
+                    .Encode(picture.pixels.data(), picture.width, picture.height, picture.channels,
+                            picture.Stride(), kQuality)
                     .size();
     }
     state.counters["jpeg_kB"] = static_cast<double>(bytes) / 1000.0;
@@ -88,9 +88,8 @@ void BM_ViewConvertAndJpeg(benchmark::State& state) {
     for (auto _ : state) {
         const lumocam::ViewPicture picture = lumocam::ConvertForView(Source());
         benchmark::DoNotOptimize(encoder
-                                     .Encode(picture.pixels.data(), picture.width,
-                                             picture.height, picture.channels, picture.Stride(),
-                                             kQuality)
+                                     .Encode(picture.pixels.data(), picture.width, picture.height,
+                                             picture.channels, picture.Stride(), kQuality)
                                      .data());
     }
     SetRate(state);

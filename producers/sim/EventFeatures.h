@@ -14,7 +14,7 @@ class CXmlBuilder;
 // features read from its event port. ExposureEnd's data: timestamp (8 bytes)
 // then frame ID (8 bytes), little-endian.
 namespace CamEvent {
-constexpr uint64_t kSelector = 0x1200, kNotification = 0x1210;  // one word per kind
+constexpr uint64_t kSelector = 0x1300, kNotification = 0x1310;  // one word per kind
 constexpr uint64_t kExposureEndId = 0x9010;
 }  // namespace CamEvent
 

@@ -4,11 +4,26 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <stdexcept>
+#include <string>
 
 namespace LumoSim {
 
 void CRegisterSpace::Add(uint64_t address, std::vector<uint8_t> init, bool readable, bool writable,
                          WriteHook onWrite, ReadHook onRead) {
+    // Two features on one address would silently share (or lose) their value.
+    const uint64_t end = address + init.size();
+    auto next = regs_.lower_bound(address);
+    const bool hitsNext = next != regs_.end() && next->first < end;
+    const bool hitsPrevious =
+        next != regs_.begin() &&
+        std::prev(next)->first + std::prev(next)->second.bytes.size() > address;
+    if (hitsNext || hitsPrevious ||
+        (init.empty() && next != regs_.end() && next->first == address)) {
+        throw std::logic_error("register at " + std::to_string(address) +
+                               " overlaps one already defined");
+    }
     regs_[address] =
         Reg{std::move(init), readable, writable, std::move(onWrite), std::move(onRead)};
 }
