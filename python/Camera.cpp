@@ -4,6 +4,7 @@
 #include <chrono>
 #include <string>
 
+#include "CameraText.h"
 #include "Error.h"
 
 namespace py = pybind11;
@@ -17,27 +18,6 @@ namespace {
 
 // Short waits keep Ctrl-C responsive while an image is awaited.
 constexpr unsigned long long kWaitSliceMs = 100;
-
-const char* OpenFailure(int code) {
-    switch (code) {
-        case result::open::kNoProducer:
-            return "no producer serves it";
-        case result::open::kDeviceNotOpened:
-            return "the device cannot be reached or opened (busy, no access, or still closing)";
-        case result::open::kNoRemotePort:
-            return "it has no remote device port";
-        case result::open::kStreamCountFailed:
-            return "its data streams cannot be counted";
-        case result::open::kNoDataStream:
-            return "it has no data stream";
-        case result::open::kStreamIdFailed:
-            return "its data stream ID cannot be read";
-        case result::open::kStreamOpenFailed:
-            return "its data stream cannot be opened";
-        default:
-            return "the producer refused";
-    }
-}
 
 const char* StartFailure(int code) {
     switch (code) {
@@ -108,7 +88,7 @@ void Camera::Open(DEVICE_OPEN_MODE mode) {
         return camera->Open(mode);
     });
     if (rc != result::kOk) {
-        throw Error(std::string("cannot open the camera: ") + OpenFailure(rc), rc);
+        throw Error(std::string("cannot open the camera: ") + lumoclient::OpenFailure(rc), rc);
     }
 }
 

@@ -1,7 +1,5 @@
 #include "CameraRecord.h"
 
-#include <array>
-#include <cctype>
 #include <sstream>
 #include <stdexcept>
 
@@ -11,36 +9,8 @@ using namespace VEXOGENICAM;
 
 namespace {
 
-struct TlName {
-    TL_TYPE type;
-    const char* key;      // as discover(tl=...) takes it
-    const char* display;  // as records show it
-};
-constexpr std::array<TlName, 9> kTlNames{{{TL_GEV, "gev", "GEV"},
-                                          {TL_U3V, "u3v", "U3V"},
-                                          {TL_CL, "cl", "CL"},
-                                          {TL_CXP, "cxp", "CXP"},
-                                          {TL_IIDC, "iidc", "IIDC"},
-                                          {TL_UVC, "uvc", "UVC"},
-                                          {TL_CLHS, "clhs", "CLHS"},
-                                          {TL_ETHERNET, "ethernet", "Ethernet"},
-                                          {TL_PCI, "pci", "PCI"}}};
-
 std::string Text(const char* text) {
     return text != nullptr ? text : "";
-}
-
-std::string Trimmed(const std::string& text) {
-    const auto first = text.find_first_not_of(" \t");
-    if (first == std::string::npos) {
-        return {};
-    }
-    const auto last = text.find_last_not_of(" \t");
-    std::string out = text.substr(first, last - first + 1);
-    for (char& c : out) {
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
-    return out;
 }
 
 }  // namespace
@@ -77,12 +47,12 @@ CameraRecord CameraRecord::FromInfo(ICameraInfo* info, bool owned) {
     record.serial = Text(info->GetSN());
     record.vendor = Text(info->GetManufacture());
     record.model = Text(info->GetModel());
-    record.tlType = TlTypeName(info->GetTLType());
+    record.tlType = lumoclient::TlTypeName(info->GetTLType());
     record.userName = Text(info->GetUserDefineName());
     record.displayName = Text(info->GetDisplayName());
     record.id = Text(info->GetID());
     record.version = Text(info->GetVersion());
-    record.accessStatus = AccessStatusName(info->GetAccessStatus());
+    record.accessStatus = lumoclient::AccessStatusName(info->GetAccessStatus());
     record.ip = Text(info->GetExInfo(EX_INFO_IP));
     record.mac = Text(info->GetExInfo(EX_INFO_MAC));
     if (owned) {
@@ -102,53 +72,8 @@ std::string CameraRecord::Repr() const {
     return out.str();
 }
 
-const char* TlTypeName(TL_TYPE type) {
-    for (const auto& entry : kTlNames) {
-        if (entry.type == type) {
-            return entry.display;
-        }
-    }
-    return "unknown";
-}
-
-const char* AccessStatusName(DEVICE_STATUS status) {
-    switch (status) {
-        case DEVICE_STATUS_READWRITE:
-            return "available";
-        case DEVICE_STATUS_READONLY:
-            return "read-only";
-        case DEVICE_STATUS_NOACCESS:
-            return "no access";
-        case DEVICE_STATUS_BUSY:
-            return "busy";
-        case DEVICE_STATUS_OPEN_READWRITE:
-            return "open (read/write)";
-        case DEVICE_STATUS_OPEN_READONLY:
-            return "open (read-only)";
-        case DEVICE_STATUS_UNKNOWN:
-            break;
-    }
-    return "unknown";
-}
-
 unsigned long long ParseTlMask(const std::string& names) {
-    unsigned long long mask = 0;
-    std::stringstream items(names);
-    std::string item;
-    while (std::getline(items, item, ',')) {
-        const std::string key = Trimmed(item);
-        bool known = false;
-        for (const auto& entry : kTlNames) {
-            if (key == entry.key) {
-                mask |= static_cast<unsigned long long>(entry.type);
-                known = true;
-            }
-        }
-        if (!known) {
-            throw std::invalid_argument("unknown transport layer '" + item +
-                                        "' (gev, u3v, cl, cxp, iidc, uvc, clhs, ethernet, pci)");
-        }
-    }
+    const unsigned long long mask = lumoclient::ParseTlMask(names);
     if (mask == 0) {
         throw std::invalid_argument("tl names no transport layer");
     }

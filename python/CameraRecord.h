@@ -4,6 +4,7 @@
 #include <mutex>
 #include <string>
 
+#include "CameraText.h"
 #include "Library.h"
 #include "LumoGenICam.h"
 
@@ -46,8 +47,6 @@ struct CameraRecord {
     std::string Repr() const;
 };
 
-const char* TlTypeName(VEXOGENICAM::TL_TYPE type);
-const char* AccessStatusName(VEXOGENICAM::DEVICE_STATUS status);
 // None: every producer; "gev" or "gev,u3v" or a list of names: by TL type.
 // Throws std::invalid_argument for an unknown name.
 unsigned long long ParseTlMask(const std::string& names);

@@ -1,7 +1,5 @@
 #include "FeatureMap.h"
 
-#include <strings.h>
-
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -12,6 +10,8 @@
 #include <pybind11/stl.h>
 
 #include "Error.h"
+#include "NodeLookup.h"
+#include "NodeText.h"
 
 namespace py = pybind11;
 
@@ -19,88 +19,11 @@ namespace lumopy {
 
 using namespace GenApi;
 using VEXOGENICAM::ICamera;
-using VEXOGENICAM::IXml;
 
 namespace {
 
-const char* TypeName(EInterfaceType type) {
-    switch (type) {
-        case intfIInteger:
-            return "integer";
-        case intfIBoolean:
-            return "boolean";
-        case intfICommand:
-            return "command";
-        case intfIFloat:
-            return "float";
-        case intfIString:
-            return "string";
-        case intfIRegister:
-            return "register";
-        case intfICategory:
-            return "category";
-        case intfIEnumeration:
-            return "enumeration";
-        case intfIEnumEntry:
-            return "enumeration entry";
-        case intfIPort:
-            return "port";
-        case intfIValue:
-        case intfIBase:
-            break;
-    }
-    return "value";
-}
-
-const char* AccessName(EAccessMode mode) {
-    switch (mode) {
-        case NI:
-            return "NI";
-        case NA:
-            return "NA";
-        case WO:
-            return "WO";
-        case RO:
-            return "RO";
-        case RW:
-            return "RW";
-        case _UndefinedAccesMode:
-            break;
-    }
-    return "??";
-}
-
-IXml* ModuleXml(ICamera* camera, Module module) {
-    switch (module) {
-        case Module::System:
-            return camera->GetTLXml();
-        case Module::Interface:
-            return camera->GetIFXml();
-        case Module::Device:
-            return camera->GetDEVXml();
-        case Module::Remote:
-            return camera->GetRMXml();
-        case Module::Stream:
-            return camera->GetDSXml();
-    }
-    return nullptr;
-}
-
 [[noreturn]] void Refuse(const std::string& message) {
     throw Error(message, std::nullopt, ErrorKind::Feature);
-}
-
-std::vector<std::string> AvailableEntries(IEnumeration& enumeration) {
-    std::vector<std::string> names;
-    NodeList_t entries;
-    enumeration.GetEntries(entries);
-    for (INode* item : entries) {
-        CEnumEntryPtr entry(item);
-        if (entry && IsAvailable(entry)) {
-            names.push_back(entry->GetSymbolic().str());
-        }
-    }
-    return names;
 }
 
 void SetEnumeration(IEnumeration& enumeration, const std::string& name, const py::handle& value) {
@@ -108,11 +31,8 @@ void SetEnumeration(IEnumeration& enumeration, const std::string& name, const py
         const std::string text = value.cast<std::string>();
         IEnumEntry* entry = enumeration.GetEntryByName(text.c_str());
         if (entry == nullptr || !IsAvailable(entry)) {
-            std::string choices;
-            for (const std::string& option : AvailableEntries(enumeration)) {
-                choices += (choices.empty() ? "" : ", ") + option;
-            }
-            Refuse(name + ": '" + text + "' is not one of its entries (" + choices + ")");
+            Refuse(name + ": '" + text + "' is not one of its entries (" +
+                   lumoclient::AvailableEntryList(enumeration) + ")");
         }
         enumeration.SetIntValue(entry->GetValue());
         return;
@@ -130,24 +50,11 @@ FeatureMap::FeatureMap(std::shared_ptr<CameraHandle> camera, Module module)
     : m_camera(std::move(camera)), m_module(module) {}
 
 const char* FeatureMap::ModuleName() const {
-    switch (m_module) {
-        case Module::System:
-            return "system";
-        case Module::Interface:
-            return "interface";
-        case Module::Device:
-            return "device";
-        case Module::Remote:
-            return "remote";
-        case Module::Stream:
-            return "stream";
-    }
-    return "?";
+    return lumoclient::ModuleName(m_module);
 }
 
 INodeMap& FeatureMap::Map(ICamera* camera) {
-    IXml* xml = ModuleXml(camera, m_module);
-    INodeMap* map = xml != nullptr ? xml->GetNodeMap() : nullptr;
+    INodeMap* map = lumoclient::NodeMapOf(camera, m_module);
     if (map == nullptr) {
         Refuse(std::string("the ") + ModuleName() +
                " module has no feature description (is the camera open?)");
@@ -159,14 +66,9 @@ INode* FeatureMap::Node(INodeMap& map, const std::string& name) {
     if (INode* node = map.GetNode(name.c_str())) {
         return node;
     }
-    // A case slip is the usual mistake; name the feature that was meant.
-    NodeList_t nodes;
-    map.GetNodes(nodes);
-    for (INode* node : nodes) {
-        if (node->IsFeature() && strcasecmp(node->GetName().c_str(), name.c_str()) == 0) {
-            throw py::key_error("no feature '" + name + "'; did you mean '" +
-                                node->GetName().str() + "'?");
-        }
+    if (INode* meant = lumoclient::FeatureInOtherCase(map, name)) {
+        throw py::key_error("no feature '" + name + "'; did you mean '" + meant->GetName().str() +
+                            "'?");
     }
     throw py::key_error("no feature '" + name + "' in the " + ModuleName() + " node map");
 }
@@ -176,12 +78,12 @@ py::object FeatureMap::Get(const std::string& name) {
         INode* node = Node(Map(camera), name);
         const EInterfaceType type = node->GetPrincipalInterfaceType();
         if (type == intfICommand || type == intfICategory || type == intfIPort) {
-            Refuse(name + " is a " + TypeName(type) + " and has no value" +
+            Refuse(name + " is a " + lumoclient::InterfaceTypeName(type) + " and has no value" +
                    (type == intfICommand ? "; run it with execute()" : ""));
         }
         if (!IsReadable(node)) {
-            Refuse(name + " is not readable now (access mode " + AccessName(node->GetAccessMode()) +
-                   ")");
+            Refuse(name + " is not readable now (access mode " +
+                   lumoclient::AccessModeName(node->GetAccessMode()) + ")");
         }
         switch (type) {
             case intfIInteger:
@@ -210,7 +112,7 @@ void FeatureMap::Set(const std::string& name, const py::handle& value) {
         if (!IsWritable(node)) {
             const EAccessMode mode = node->GetAccessMode();
             Refuse(name + (mode == RO ? " is read-only" : " is not writable now") +
-                   " (access mode " + AccessName(mode) + ")");
+                   " (access mode " + lumoclient::AccessModeName(mode) + ")");
         }
         const bool isBool = py::isinstance<py::bool_>(value);
         switch (type) {
@@ -242,7 +144,8 @@ void FeatureMap::Set(const std::string& name, const py::handle& value) {
                 CStringPtr(node)->SetValue(value.cast<std::string>().c_str());
                 return;
             default:
-                throw py::type_error(name + " is a " + TypeName(type) + " and takes no value" +
+                throw py::type_error(name + " is a " + lumoclient::InterfaceTypeName(type) +
+                                     " and takes no value" +
                                      (type == intfICommand ? "; run it with execute()" : ""));
         }
     });
@@ -253,7 +156,8 @@ void FeatureMap::Execute(const std::string& name) {
         INode* node = Node(Map(camera), name);
         CCommandPtr command(node);
         if (!command) {
-            throw py::type_error(name + " is a " + TypeName(node->GetPrincipalInterfaceType()) +
+            throw py::type_error(name + " is a " +
+                                 lumoclient::InterfaceTypeName(node->GetPrincipalInterfaceType()) +
                                  ", not a command");
         }
         py::gil_scoped_release release;
@@ -269,8 +173,8 @@ py::dict FeatureMap::Describe(const std::string& name) {
         out["name"] = node->GetName().str();
         out["display_name"] = node->GetDisplayName().str();
         out["description"] = node->GetDescription().str();
-        out["type"] = TypeName(type);
-        out["access"] = AccessName(node->GetAccessMode());
+        out["type"] = lumoclient::InterfaceTypeName(type);
+        out["access"] = lumoclient::AccessModeName(node->GetAccessMode());
         py::object none = py::none();
         out["min"] = none;
         out["max"] = none;
@@ -291,7 +195,7 @@ py::dict FeatureMap::Describe(const std::string& name) {
             }
             out["unit"] = floating->GetUnit().str();
         } else if (CEnumerationPtr enumeration = CEnumerationPtr(node)) {
-            out["entries"] = py::cast(AvailableEntries(*enumeration));
+            out["entries"] = py::cast(lumoclient::AvailableEntryNames(*enumeration));
         }
         return out;
     });

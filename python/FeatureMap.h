@@ -8,11 +8,11 @@
 
 #include "CameraHandle.h"
 #include "GenApi/GenApi.h"
+#include "ModuleNodes.h"
 
 namespace lumopy {
 
-// The GenTL modules whose node maps a camera offers.
-enum class Module { System, Interface, Device, Remote, Stream };
+using lumoclient::Module;
 
 // The features of one node map of a camera, read and written with Python
 // values. The map is looked up at every call, because closing the camera

@@ -29,6 +29,7 @@
 #include <string>
 #include <vector>
 
+#include "ChildProcess.h"
 #include "ScenarioDir.h"
 
 namespace lumo_test {
@@ -92,7 +93,7 @@ inline int RunCurrentTestIn(const std::filesystem::path& dir) {
     }
     int status = 0;
     waitpid(pid, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return ExitCode(status);
 }
 
 // Runs the current test in `dir` and fails the parent test if the child fails.

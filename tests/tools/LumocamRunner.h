@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "ChildProcess.h"
 #include "ScenarioDir.h"
 
 namespace lumotest {
@@ -26,13 +27,6 @@ struct Result {
     std::string out;
     std::string err;
 };
-
-inline std::string ReadText(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 // Two GigE Vision-like colour cameras on one interface and a USB3 mono one on
 // another; `faults` adds a top-level "faults" object.
@@ -79,7 +73,7 @@ public:
                 chdir(Dir().c_str()) != 0) {
                 _exit(126);
             }
-            Exec(argv);
+            ExecWithConfig(argv, m_config, m_env);
         }
         return pid;
     }
@@ -88,7 +82,7 @@ public:
         int status = 0;
         waitpid(pid, &status, 0);
         Result result;
-        result.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        result.code = ExitCode(status);
         result.out = ReadText(Dir() / "stdout.txt");
         result.err = ReadText(Dir() / "stderr.txt");
         return result;
@@ -107,7 +101,7 @@ public:
             if (chdir(Dir().c_str()) != 0) {
                 _exit(126);
             }
-            Exec(argv);
+            ExecWithConfig(argv, m_config, m_env);
         }
         Result result;
         if (pid < 0) {
@@ -127,29 +121,14 @@ public:
         close(master);
         int status = 0;
         waitpid(pid, &status, 0);
-        result.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        result.code = ExitCode(status);
         return result;
     }
 
 private:
-    // In the child: the scenario's environment, then lumocam.
-    [[noreturn]] void Exec(std::vector<std::string>& argv) {
-        setenv("LUMOSIM_CONFIG", m_config.c_str(), 1);
-        for (const auto& [name, value] : m_env) {
-            setenv(name.c_str(), value.c_str(), 1);
-        }
-        std::vector<char*> raw;
-        for (auto& a : argv) {
-            raw.push_back(a.data());
-        }
-        raw.push_back(nullptr);
-        execv(raw[0], raw.data());
-        _exit(127);
-    }
-
     ScenarioDir m_dir;
     fs::path m_config;
-    std::vector<std::pair<std::string, std::string>> m_env;
+    ChildEnv m_env;
 };
 
 }  // namespace lumotest

@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "ChildProcess.h"
 #include "ScenarioDir.h"
 
 class ViewServerProcess {
@@ -30,14 +31,7 @@ public:
             if (out == nullptr || err == nullptr || chdir(m_dir.Path().c_str()) != 0) {
                 _exit(126);
             }
-            setenv("LUMOSIM_CONFIG", configFile.c_str(), 1);
-            std::vector<char*> raw;
-            for (auto& a : argv) {
-                raw.push_back(a.data());
-            }
-            raw.push_back(nullptr);
-            execv(raw[0], raw.data());
-            _exit(127);
+            ExecWithConfig(argv, configFile);
         }
         m_port = AwaitPort();
     }
@@ -51,8 +45,8 @@ public:
     ViewServerProcess& operator=(const ViewServerProcess&) = delete;
 
     int Port() const { return m_port; }  // 0 when it never served
-    std::string Out() const { return Read(OutPath()); }
-    std::string Err() const { return Read(ErrPath()); }
+    std::string Out() const { return ReadText(OutPath()); }
+    std::string Err() const { return ReadText(ErrPath()); }
 
     void Signal(int signal) { kill(m_pid, signal); }
 
@@ -65,7 +59,7 @@ public:
             int status = 0;
             if (waitpid(m_pid, &status, WNOHANG) == m_pid) {
                 m_reaped = true;
-                return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+                return ExitCode(status);
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
@@ -75,13 +69,6 @@ public:
 private:
     std::filesystem::path OutPath() const { return m_dir.Path() / "stdout.txt"; }
     std::filesystem::path ErrPath() const { return m_dir.Path() / "stderr.txt"; }
-
-    static std::string Read(const std::filesystem::path& path) {
-        std::ifstream in(path);
-        std::stringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }
 
     int AwaitPort() {
         // Generous: under AddressSanitizer the library and producer load slowly.

@@ -1,6 +1,7 @@
 #include "ChunkReader.h"
 
 #include "ExitCodes.h"
+#include "NodeLookup.h"
 #include "Features.h"
 #include "ImageChunks.h"
 
@@ -59,14 +60,9 @@ void EnableAllChunks(INodeMap& remote) {
     if (!selector || enable == nullptr) {
         return;  // chunk mode alone decides
     }
-    NodeList_t entries;
-    selector->GetEntries(entries);
-    for (INode* item : entries) {
-        CEnumEntryPtr entry(item);
-        if (entry && IsAvailable(entry)) {
-            WriteFeature(remote, "ChunkSelector", entry->GetSymbolic().str());
-            WriteFeature(remote, "ChunkEnable", "true");
-        }
+    for (const std::string& entry : lumoclient::AvailableEntryNames(*selector)) {
+        WriteFeature(remote, "ChunkSelector", entry);
+        WriteFeature(remote, "ChunkEnable", "true");
     }
 }
 

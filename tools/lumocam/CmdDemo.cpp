@@ -12,6 +12,7 @@
 #include "Features.h"
 #include "FrameSaver.h"
 #include "Grabber.h"
+#include "NodeLookup.h"
 #include "Session.h"
 #include "Signals.h"
 
@@ -81,20 +82,8 @@ void ShowFeature(GenApi::INodeMap& map, const char* name, const char* note) {
 }
 
 std::string Entries(GenApi::INodeMap& map, const char* name) {
-    std::string list;
     GenApi::CEnumerationPtr enumeration = map.GetNode(name);
-    if (!enumeration) {
-        return list;
-    }
-    GenApi::NodeList_t entries;
-    enumeration->GetEntries(entries);
-    for (GenApi::INode* item : entries) {
-        GenApi::CEnumEntryPtr entry(item);
-        if (entry && GenApi::IsAvailable(entry)) {
-            list += (list.empty() ? "" : ", ") + entry->GetSymbolic().str();
-        }
-    }
-    return list;
+    return enumeration ? lumoclient::AvailableEntryList(*enumeration) : std::string();
 }
 
 // The first available PixelFormat entry whose name starts with `prefix`.
@@ -219,9 +208,9 @@ int RunDemo(const DemoOptions& options) {
                     std::filesystem::path(simProducer).parent_path().c_str());
     }
     for (ICameraInfo* info : records.All()) {
-        std::printf("   found %s camera %s %s, serial %s%s%s\n",
-                    TlTypeName(info->GetTLType()).c_str(), info->GetManufacture(), info->GetModel(),
-                    info->GetSN(), info->GetExInfo(EX_INFO_IP) ? ", IP " : "",
+        std::printf("   found %s camera %s %s, serial %s%s%s\n", TlTypeName(info->GetTLType()),
+                    info->GetManufacture(), info->GetModel(), info->GetSN(),
+                    info->GetExInfo(EX_INFO_IP) ? ", IP " : "",
                     info->GetExInfo(EX_INFO_IP) ? info->GetExInfo(EX_INFO_IP) : "");
     }
 

@@ -62,10 +62,10 @@ void PrintTable(const CameraRecords& records, const std::vector<std::size_t>& sh
             network += (network.empty() ? "" : " / ") + std::string(mac);
         }
         std::printf("%-3zu %-5s %-14s %-18s %-14s %-12s %-18s %s\n", index,
-                    TlTypeName(info->GetTLType()).c_str(), Text(info->GetManufacture()).c_str(),
+                    TlTypeName(info->GetTLType()), Text(info->GetManufacture()).c_str(),
                     Text(info->GetModel()).c_str(), Text(info->GetSN()).c_str(),
                     Text(info->GetUserDefineName()).c_str(),
-                    AccessStatusName(info->GetAccessStatus()).c_str(), network.c_str());
+                    AccessStatusName(info->GetAccessStatus()), network.c_str());
     }
 }
 

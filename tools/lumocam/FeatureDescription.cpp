@@ -34,22 +34,6 @@ const char* RepresentationName(ERepresentation representation) {
     return "";
 }
 
-const char* VisibilityName(EVisibility visibility) {
-    switch (visibility) {
-        case Beginner:
-            return "beginner";
-        case Expert:
-            return "expert";
-        case Guru:
-            return "guru";
-        case Invisible:
-            return "invisible";
-        case _UndefinedVisibility:
-            break;
-    }
-    return "";
-}
-
 std::string Number(double value) {
     std::ostringstream text;
     text << value;
@@ -159,7 +143,7 @@ FeatureDescription DescribeFeature(INode* node) {
     DescribeRange(node, facts);
     DescribeEntries(node, facts);
     facts.displayName = node->GetDisplayName().str();
-    facts.visibility = VisibilityName(node->GetVisibility());
+    facts.visibility = lumoclient::VisibilityName(node->GetVisibility());
     facts.toolTip = node->GetToolTip().str();
     facts.description = node->GetDescription().str();
     FeatureList_t features;

@@ -11,6 +11,7 @@
 #include <strings.h>
 
 #include "ExitCodes.h"
+#include "NodeLookup.h"
 
 namespace lumocam {
 
@@ -40,14 +41,9 @@ INode* RequireFeature(INodeMap& map, const std::string& name) {
     if (INode* node = map.GetNode(name.c_str())) {
         return node;
     }
-    // A case slip is the usual mistake; name the feature that was meant.
-    NodeList_t nodes;
-    map.GetNodes(nodes);
-    for (INode* node : nodes) {
-        if (node->IsFeature() && strcasecmp(node->GetName().c_str(), name.c_str()) == 0) {
-            throw ToolError(kExitUnknownFeature, "no feature '" + name + "'; did you mean '" +
-                                                     node->GetName().str() + "'?");
-        }
+    if (INode* meant = lumoclient::FeatureInOtherCase(map, name)) {
+        throw ToolError(kExitUnknownFeature, "no feature '" + name + "'; did you mean '" +
+                                                 meant->GetName().str() + "'?");
     }
     throw ToolError(kExitUnknownFeature, "no feature '" + name + "' in this node map");
 }
@@ -117,17 +113,8 @@ void WriteFloat(IFloat& node, const std::string& name, const std::string& text) 
 void WriteEnumeration(IEnumeration& node, const std::string& name, const std::string& text) {
     IEnumEntry* entry = node.GetEntryByName(text.c_str());
     if (entry == nullptr || !IsAvailable(entry)) {
-        std::string choices;
-        NodeList_t entries;
-        node.GetEntries(entries);
-        for (INode* item : entries) {
-            CEnumEntryPtr option(item);
-            if (option && IsAvailable(option)) {
-                choices += (choices.empty() ? "" : ", ") + option->GetSymbolic().str();
-            }
-        }
-        throw ToolError(kExitBadValue,
-                        name + ": '" + text + "' is not one of its entries (" + choices + ")");
+        throw ToolError(kExitBadValue, name + ": '" + text + "' is not one of its entries (" +
+                                           lumoclient::AvailableEntryList(node) + ")");
     }
     node.SetIntValue(entry->GetValue());
 }
@@ -193,54 +180,6 @@ void PrintNode(std::ostream& out, INode* node, int depth, std::set<INode*>& seen
 }
 
 }  // namespace
-
-const char* AccessModeName(EAccessMode mode) {
-    switch (mode) {
-        case NI:
-            return "NI";
-        case NA:
-            return "NA";
-        case WO:
-            return "WO";
-        case RO:
-            return "RO";
-        case RW:
-            return "RW";
-        case _UndefinedAccesMode:
-            break;
-    }
-    return "??";
-}
-
-const char* InterfaceTypeName(EInterfaceType type) {
-    switch (type) {
-        case intfIValue:
-            return "value";
-        case intfIBase:
-            return "base";
-        case intfIInteger:
-            return "integer";
-        case intfIBoolean:
-            return "boolean";
-        case intfICommand:
-            return "command";
-        case intfIFloat:
-            return "float";
-        case intfIString:
-            return "string";
-        case intfIRegister:
-            return "register";
-        case intfICategory:
-            return "category";
-        case intfIEnumeration:
-            return "enumeration";
-        case intfIEnumEntry:
-            return "enumeration entry";
-        case intfIPort:
-            return "port";
-    }
-    return "node";
-}
 
 std::string FeatureUnit(INode* node) {
     if (CIntegerPtr integer = CIntegerPtr(node)) {

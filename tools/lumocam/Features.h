@@ -4,11 +4,12 @@
 #include <string>
 
 #include "GenApi/GenApi.h"
+#include "NodeText.h"
 
 namespace lumocam {
 
-const char* AccessModeName(GenApi::EAccessMode mode);
-const char* InterfaceTypeName(GenApi::EInterfaceType type);
+using lumoclient::AccessModeName;
+using lumoclient::InterfaceTypeName;
 // The unit of an integer or float feature; empty for other types.
 std::string FeatureUnit(GenApi::INode* node);
 // The node of a feature; throws ToolError (unknown feature) when there is none.

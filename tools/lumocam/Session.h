@@ -4,7 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "CameraText.h"
 #include "LumoGenICam.h"
+#include "ModuleNodes.h"
 
 // Ownership of what the library hands out, in the order it must be given back:
 // images before their camera, cameras before the records, all before UnInit.
@@ -80,16 +82,17 @@ private:
     CameraPtr m_camera;
 };
 
-// Node maps a feature can live in, as named on the command line.
-enum class Module { System, Interface, Device, Remote, Stream };
+using lumoclient::AccessStatusName;
+using lumoclient::Module;
+using lumoclient::ModuleName;
+using lumoclient::ModuleXml;
+using lumoclient::TlTypeName;
+
+// The node map a feature lives in, as named on the command line.
 Module ParseModule(const std::string& name);
-VEXOGENICAM::IXml* ModuleXml(VEXOGENICAM::ICamera* camera, Module module);
-const char* ModuleName(Module module);
 // The module's node map; throws when the module has no loadable description.
 GenApi::INodeMap& ModuleNodeMap(VEXOGENICAM::ICamera* camera, Module module);
 
-std::string TlTypeName(VEXOGENICAM::TL_TYPE type);
-std::string AccessStatusName(VEXOGENICAM::DEVICE_STATUS status);
 // "gev,u3v" -> TL_GEV | TL_U3V; throws a usage error for an unknown name.
 unsigned long long ParseTlMask(const std::string& list);
 

@@ -118,10 +118,7 @@ void CameraHub::RequireOpen() const {
 
 GenApi::INodeMap& CameraHub::NodeMap(Module module) const {
     RequireOpen();
-    GenApi::INodeMap* map = nullptr;
-    if (IXml* xml = ModuleXml(m_camera.get(), module)) {
-        map = xml->GetNodeMap();
-    }
+    GenApi::INodeMap* map = lumoclient::NodeMapOf(m_camera.get(), module);
     if (map == nullptr) {
         throw ToolError(kExitUnknownFeature, std::string("the ") + ModuleName(module) +
                                                  " module of this camera has no features");
@@ -176,8 +173,7 @@ void CameraHub::Open(const std::string& camera, DEVICE_OPEN_MODE mode) {
     m_serial = Text(info->GetSN());
     m_mode = mode;
     for (const Module module : kWatchedModules) {
-        IXml* xml = ModuleXml(m_camera.get(), module);
-        if (GenApi::INodeMap* map = xml != nullptr ? xml->GetNodeMap() : nullptr) {
+        if (GenApi::INodeMap* map = lumoclient::NodeMapOf(m_camera.get(), module)) {
             m_watches.push_back(std::make_unique<FeatureWatch>(*map, m_featureChanges));
             NoteIdleWritable(module, *map);
         }

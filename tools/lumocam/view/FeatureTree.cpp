@@ -13,17 +13,10 @@ using namespace GenApi;
 
 namespace {
 
+// The page hides a node of undefined visibility at every level.
 const char* VisibilityName(EVisibility visibility) {
-    switch (visibility) {
-        case Beginner:
-            return "beginner";
-        case Expert:
-            return "expert";
-        case Guru:
-            return "guru";
-        default:
-            return "invisible";
-    }
+    const char* name = lumoclient::VisibilityName(visibility);
+    return *name != '\0' ? name : "invisible";
 }
 
 // What a control needs besides the value, read before anything is written so
