@@ -1,4 +1,6 @@
 // LumoGev.cti through the raw GenTL API, module by module, against the fake camera.
+// CTest runs it only through run-in-netns.sh (the CMakeLists.txt here): inside a private
+// network namespace that holds just loopback, so discovery broadcasts reach nothing else.
 #include <GenTL/GenTL.h>
 #include <gtest/gtest.h>
 

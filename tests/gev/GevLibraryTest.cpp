@@ -1,5 +1,7 @@
 // The library end to end on LumoGev.cti and the fake camera: discovery, the five node maps,
 // the grab strategies, packet loss and a camera that vanishes.
+// CTest runs it only through run-in-netns.sh (the CMakeLists.txt here): inside a private
+// network namespace that holds just loopback, so discovery broadcasts reach nothing else.
 #include <GenTL/GenTL.h>
 #include <gtest/gtest.h>
 
